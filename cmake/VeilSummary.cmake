@@ -1,0 +1,10 @@
+# Says at the end of the configuration what was left out, so that nobody takes a small build for the whole.
+get_property(left_out GLOBAL PROPERTY VEIL_LEFT_OUT)
+message(STATUS "DuskyVeil ${PROJECT_VERSION}: platform '${VEIL_PLATFORM}', build '${CMAKE_BUILD_TYPE}', sanitizers '${VEIL_SANITIZE}'")
+if(left_out)
+    foreach(line ${left_out})
+        message(STATUS "  OFF: ${line}")
+    endforeach()
+else()
+    message(STATUS "  nothing is left out")
+endif()

@@ -1,0 +1,54 @@
+#pragma once
+
+// The averaged picture over the working rectangle of a tile. Neighbouring tiles overlap by their margins, and
+// the mean of a box is the same whichever tile asks, so what the tile to the left has averaged is kept.
+
+#include <functional>
+
+#include "engine/image.h"
+#include "engine/resample.h"
+#include "engine/row_flow.h"
+#include "engine/worker_pool.h"
+
+namespace veil {
+
+/// Sizes of the image plane and of its working plane.
+struct PlaneSizes {
+    int imageWidth = 0, imageHeight = 0;
+    int workWidth = 0, workHeight = 0;
+};
+
+PlaneSizes planeSizes(int imageWidth, int imageHeight);
+
+/// Whether every tile of the plane finds the same box for a working pixel. Beyond 4 million pixels a side
+/// positions in 32-bit floats depend on where the tile's source begins.
+bool tilesShareBoxes(const PlaneSizes& sizes);
+
+/// Rewrites a row of `count` RGB pixels in place; an empty one leaves it alone.
+using RowTransform = std::function<void(float* row, int count)>;
+
+class AveragedWindow {
+  public:
+    /// What follows at once on the finished row `y`, local to the window, of one slice of the job.
+    using RowStep = std::function<void(int y, const float* row)>;
+    /// Makes the step of a slice, with whatever scratch it needs.
+    using MakeRowStep = std::function<RowStep()>;
+
+    /// The window over `work`, from the source `source`, of which only reads(...) is read. Each new row is
+    /// handed to `transform`; so all windows of one object must have one image, source and transform. After
+    /// an exception nothing is kept.
+    const FloatImage& advance(const Rect& work, const SourceRows& source, const PlaneSizes& sizes,
+                              const RowTransform& transform, const MakeRowStep& makeStep, WorkerPool* pool);
+
+    /// The image pixels that advance would read.
+    Rect reads(const Rect& work, const Rect& sourceRect, const PlaneSizes& sizes) const;
+
+    const FloatImage& image() const { return current; }
+
+  private:
+    int firstNewColumn(const Rect& work, const PlaneSizes& sizes) const;
+
+    FloatImage current, next;
+};
+
+}  // namespace veil

@@ -1,0 +1,36 @@
+#pragma once
+
+// The last pass: the glow, enlarged and shaped, is laid over the source or written alone.
+
+#include <functional>
+#include <vector>
+
+#include "engine/image.h"
+#include "engine/row_flow.h"
+#include "engine/settings.h"
+#include "engine/worker_pool.h"
+
+namespace veil {
+
+/// The glow on the working plane.
+struct GlowRows {
+    Rect rect;
+    /// Rows `first` up to `end`, local to `rect`, without gaps: the address of samples that stay put, or
+    /// those of `scratch`, filled. Any thread of a pool, several at once; slices may ask for the same rows.
+    std::function<const float*(int first, int end, std::vector<float>& scratch)> read;
+};
+
+GlowRows glowRows(const FloatImage& glow);
+
+/// Hands the rows of `outputRect` to `store`. `glow` lies in the working plane of `workWidth` by
+/// `workHeight`, `source` and `outputRect` in the image plane; a glow alone without shadow protection reads
+/// no source. Samples are 0 to 1, but for a glow alone with a shadow protection above 1, which can fall below
+/// 0. Throws std::bad_alloc and what the callables throw.
+void composeOutput(const SourceRows& source, const GlowRows& glow, const Rect& outputRect, int imageWidth,
+                   int imageHeight, int workWidth, int workHeight, const RenderSettings& settings,
+                   const OutputRows& store, WorkerPool* pool);
+
+/// Whether the composition looks at the source at all.
+bool readsSource(const RenderSettings& settings);
+
+}  // namespace veil

@@ -1,0 +1,139 @@
+#pragma once
+
+// Row kernels: the hot loops of the engine over plain pointers and a count, as a table a set of instructions.
+// They know no images, edges or threads; the passes that call them own those. Buffers may be unaligned;
+// unless a kernel says otherwise its output does not overlap its inputs. `pixels` counts RGB triples (or
+// samples of a plane), `count` single samples. All tables give the same bits, a NaN's sign and payload aside.
+
+namespace veil {
+
+/// One column of a bilinear read: the sample indices of the two pixels' first channel, and the right one's
+/// weight.
+struct BilinearColumn {
+    int left, right;
+    float fraction;
+};
+
+/// The reads of one pair of mirror taps: each of the two is the linear read between a row and what lies a
+/// step behind it.
+struct TapReads {
+    const float *minus, *plus;
+    float minusFraction, plusFraction;
+    float weight;
+};
+
+/// The same where the linear reads are rows already.
+struct TapPair {
+    const float *minus, *plus;
+    float weight;
+};
+
+/// The same with a fraction of its own for each sample. A fraction of -0 reads a step further on, by 0.
+struct EdgeReads {
+    const float *minus, *plus;
+    const float *minusFractions, *plusFractions;
+    float weight;
+};
+
+constexpr int kBoxRows = 4;  // that a box blur sums side by side
+
+/// What the boost reads beside the row that it rewrites.
+struct BoostRows {
+    const float *base, *surround, *wideBlur;  // RGB
+    const float* rimColor;                    // RGB
+    const float *coreSpread, *rimWeight;      // planes
+};
+
+struct ComposeConstants {
+    float saturation, strength, shadowProtect;
+    float tintR, tintG, tintB;
+    bool glowOnly;
+};
+
+/// A row of the glow in three rows of one channel each.
+struct GlowRow {
+    const float *r, *g, *b;
+};
+
+struct KernelTable {
+    // Resampling.
+
+    /// out = r0 + r1 + r2 + r3 + r4.
+    void (*sumFiveRows)(const float* r0, const float* r1, const float* r2, const float* r3, const float* r4,
+                        float* out, int count);
+    /// Mean of 25 samples from sums over five rows: each output pixel adds the columns centre - 2 to centre +
+    /// 2 of `sums`, all of which must lie inside.
+    void (*boxRow)(const float* sums, const int* centres, float* out, int pixels);
+    /// The same where columns may lie outside: indices are limited to 0 to width - 1.
+    void (*boxRowClamped)(const float* sums, int width, const int* centres, float* out, int pixels);
+    /// Linear reads along a row of RGB or of a plane.
+    void (*expandRow)(const float* row, const BilinearColumn* columns, float* out, int pixels);
+    /// The same into three rows of one channel each.
+    void (*expandRowToPlanes)(const float* row, const BilinearColumn* columns, float* r, float* g, float* b,
+                              int pixels);
+    void (*expandPlaneRow)(const float* row, const BilinearColumn* columns, float* out, int pixels);
+    /// out = (1 - fraction) * top + fraction * bottom.
+    void (*lerpRows)(const float* top, const float* bottom, float fraction, float* out, int count);
+
+    // Blurs.
+
+    /// out = norm * (centre + the sum over the taps of weight * (minus read + plus read)), summed in their
+    /// order. `step` is the distance in samples of the two rows of a linear read.
+    void (*tapRow)(const float* centre, const TapReads* taps, int tapCount, int step, float norm, float* out,
+                   int count);
+    void (*pairRow)(const float* centre, const TapPair* taps, int tapCount, float norm, float* out,
+                    int count);
+    void (*edgeRow)(const float* centre, const EdgeReads* taps, int tapCount, int step, float norm,
+                    float* out, int count);
+    /// Means over 2 * halfWidth + 1 pixels by running sums, of 1 to kBoxRows rows, `rowLength` samples apart
+    /// in `rows` and in `out`; may work in place. `sums` holds kBoxRows * ((pixels + 2 * halfWidth + 1) * 3
+    /// + 1) samples.
+    void (*boxBlurRows)(const float* rows, int rowCount, int rowLength, int pixels, int halfWidth,
+                        float* sums, float* out);
+
+    // Tone.
+
+    /// out = in * w, w the threshold curve of the pixel's luma.
+    void (*thresholdRow)(const float* in, float threshold, float* out, int pixels);
+    /// In place: the same with the fog as a floor under the weight.
+    void (*thresholdFogRow)(float* row, float threshold, float fog, int pixels);
+    /// out = (1 - fog) * narrow + fog * wide.
+    void (*veilMixRow)(const float* narrow, const float* wide, float fog, float* out, int count);
+
+    // Highlight boost.
+
+    /// How blown-out each pixel is, 0 to 1.
+    void (*coreMaskRow)(const float* base, float* mask, int pixels);
+    /// The colour and weight of coloured rims near blown-out areas; `core` is the blurred mask.
+    void (*rimRow)(const float* base, const float* core, float* rimColor, float* rimWeight, int pixels);
+
+    /// In place: gain and rim colour on the row of what blooms.
+    void (*boostRow)(const BoostRows& rows, float highlightBoost, float* bright, int pixels);
+
+    // Composition.
+
+    /// Shapes the glow (the lerp of `top` and `bottom` by `fraction`) and lays it over `source`, or writes it
+    /// alone.
+    void (*composeRow)(const GlowRow& top, const GlowRow& bottom, float fraction, const float* source,
+                       const ComposeConstants& constants, float* out, int pixels);
+
+    // Samples of a host.
+
+    /// out = in / 255, correctly rounded.
+    void (*bytesToFloats)(const unsigned char* in, float* out, int count);
+    /// 16-bit samples at any address, of which 32768 is white: out = in / 32768.
+    void (*wordsToFloats)(const unsigned char* in, float* out, int count);
+    /// The other way: limited to 0 to 1, rounded to nearest; NaN becomes 0.
+    void (*floatsToBytes)(const float* in, unsigned char* out, int count);
+    void (*floatsToWords)(const float* in, unsigned char* out, int count);
+};
+
+// Each is defined by a build of kernel_set.cpp for its instructions, and must not be touched where the
+// machine lacks them.
+extern const KernelTable kBaselineKernels;
+#if defined(__x86_64__)
+extern const KernelTable kAvx2Kernels;
+extern const KernelTable kAvx512Kernels;
+#endif
+
+}  // namespace veil

@@ -1,0 +1,103 @@
+#include "engine/kernels/lanes.h"
+
+namespace veil {
+
+static void sumFiveRows(const float* r0, const float* r1, const float* r2, const float* r3, const float* r4,
+                        float* out, int count) {
+    for (int i = 0; i < count; ++i) out[i] = r0[i] + r1[i] + r2[i] + r3[i] + r4[i];
+}
+
+// A pixel and, unless it is the last of its row, one sample more, which the next pixel overwrites.
+VEIL_ALWAYS_INLINE static inline void storePixel(float* out, Quad pixel, bool isFollowed) {
+    if (isFollowed) {
+        storeQuad(out, pixel);
+        return;
+    }
+    for (int c = 0; c < 3; ++c) out[c] = pixel[c];
+}
+
+static constexpr float kBoxMean = 1.0f / 25.0f;  // 5 by 5 samples, clamped ones counted again
+
+// A pixel at a time, its channels in one vector. The last column comes from a sample further left, so that
+// nothing behind the sums is read.
+static void boxRow(const float* sums, const int* centres, float* out, int pixels) {
+    for (int i = 0; i < pixels; ++i) {
+        const float* s = sums + (centres[i] - 2) * 3;
+        const Quad beforeLast = loadQuad(s + 11);
+        const Quad last = __builtin_shufflevector(beforeLast, beforeLast, 1, 2, 3, 3);
+        const Quad sum = loadQuad(s) + loadQuad(s + 3) + loadQuad(s + 6) + loadQuad(s + 9) + last;
+        storePixel(out + i * 3, sum * kBoxMean, i + 1 < pixels);
+    }
+}
+
+static void boxRowClamped(const float* sums, int width, const int* centres, float* out, int pixels) {
+    for (int i = 0; i < pixels; ++i) {
+        float r = 0.0f, g = 0.0f, b = 0.0f;
+        for (int k = -2; k <= 2; ++k) {
+            int x = centres[i] + k;
+            x = x < width - 1 ? x : width - 1;
+            x = x > 0 ? x : 0;
+            r += sums[x * 3];
+            g += sums[x * 3 + 1];
+            b += sums[x * 3 + 2];
+        }
+        out[i * 3] = r * kBoxMean;
+        out[i * 3 + 1] = g * kBoxMean;
+        out[i * 3 + 2] = b * kBoxMean;
+    }
+}
+
+// The two pixels of a column and its fraction. Where they are neighbours, which they are but at the ends,
+// both come in whole vectors that end with the right one.
+VEIL_ALWAYS_INLINE static inline Quad columnOf(const float* row, const BilinearColumn& column) {
+    const float *a = row + column.left, *b = row + column.right;
+    Quad left, right;
+    if (b == a + 3) {
+        const Quad behind = loadQuad(a + 2);
+        left = loadQuad(a);
+        right = __builtin_shufflevector(behind, behind, 1, 2, 3, 3);
+    } else {
+        left = Quad{a[0], a[1], a[2], 0.0f};
+        right = Quad{b[0], b[1], b[2], 0.0f};
+    }
+    return (1.0f - column.fraction) * left + column.fraction * right;
+}
+
+static void expandRow(const float* row, const BilinearColumn* columns, float* out, int pixels) {
+    for (int i = 0; i < pixels; ++i) storePixel(out + i * 3, columnOf(row, columns[i]), i + 1 < pixels);
+}
+
+static void expandRowToPlanes(const float* row, const BilinearColumn* columns, float* r, float* g, float* b,
+                              int pixels) {
+    int i = 0;
+    for (; i + 4 <= pixels; i += 4) {  // four pixels, transposed
+        const Quad p0 = columnOf(row, columns[i]), p1 = columnOf(row, columns[i + 1]);
+        const Quad p2 = columnOf(row, columns[i + 2]), p3 = columnOf(row, columns[i + 3]);
+        const Quad rg01 = __builtin_shufflevector(p0, p1, 0, 4, 1, 5);
+        const Quad rg23 = __builtin_shufflevector(p2, p3, 0, 4, 1, 5);
+        const Quad b01 = __builtin_shufflevector(p0, p1, 2, 6, 2, 6);
+        const Quad b23 = __builtin_shufflevector(p2, p3, 2, 6, 2, 6);
+        storeQuad(r + i, __builtin_shufflevector(rg01, rg23, 0, 1, 4, 5));
+        storeQuad(g + i, __builtin_shufflevector(rg01, rg23, 2, 3, 6, 7));
+        storeQuad(b + i, __builtin_shufflevector(b01, b23, 0, 1, 4, 5));
+    }
+    for (; i < pixels; ++i) {
+        const Quad p = columnOf(row, columns[i]);
+        r[i] = p[0];
+        g[i] = p[1];
+        b[i] = p[2];
+    }
+}
+
+static void expandPlaneRow(const float* row, const BilinearColumn* columns, float* out, int pixels) {
+    for (int i = 0; i < pixels; ++i) {
+        const float f = columns[i].fraction;
+        out[i] = (1.0f - f) * row[columns[i].left] + f * row[columns[i].right];
+    }
+}
+
+static void lerpRows(const float* top, const float* bottom, float fraction, float* out, int count) {
+    for (int i = 0; i < count; ++i) out[i] = (1.0f - fraction) * top[i] + fraction * bottom[i];
+}
+
+}  // namespace veil

@@ -1,0 +1,83 @@
+#pragma once
+
+// The row kernels of the table that this machine runs; kernel_table.h says what each does.
+
+#include "engine/kernels/kernels.h"
+
+namespace veil {
+
+inline void sumFiveRows(const float* r0, const float* r1, const float* r2, const float* r3, const float* r4,
+                        float* out, int count) {
+    kernels().sumFiveRows(r0, r1, r2, r3, r4, out, count);
+}
+inline void boxRow(const float* sums, const int* centres, float* out, int pixels) {
+    kernels().boxRow(sums, centres, out, pixels);
+}
+inline void boxRowClamped(const float* sums, int width, const int* centres, float* out, int pixels) {
+    kernels().boxRowClamped(sums, width, centres, out, pixels);
+}
+inline void expandRow(const float* row, const BilinearColumn* columns, float* out, int pixels) {
+    kernels().expandRow(row, columns, out, pixels);
+}
+inline void expandRowToPlanes(const float* row, const BilinearColumn* columns, float* r, float* g, float* b,
+                              int pixels) {
+    kernels().expandRowToPlanes(row, columns, r, g, b, pixels);
+}
+inline void expandPlaneRow(const float* row, const BilinearColumn* columns, float* out, int pixels) {
+    kernels().expandPlaneRow(row, columns, out, pixels);
+}
+inline void lerpRows(const float* top, const float* bottom, float fraction, float* out, int count) {
+    kernels().lerpRows(top, bottom, fraction, out, count);
+}
+inline void tapRow(const float* centre, const TapReads* taps, int tapCount, int step, float norm, float* out,
+                   int count) {
+    kernels().tapRow(centre, taps, tapCount, step, norm, out, count);
+}
+inline void pairRow(const float* centre, const TapPair* taps, int tapCount, float norm, float* out,
+                    int count) {
+    kernels().pairRow(centre, taps, tapCount, norm, out, count);
+}
+inline void edgeRow(const float* centre, const EdgeReads* taps, int tapCount, int step, float norm,
+                    float* out, int count) {
+    kernels().edgeRow(centre, taps, tapCount, step, norm, out, count);
+}
+inline void boxBlurRows(const float* rows, int rowCount, int rowLength, int pixels, int halfWidth,
+                        float* sums, float* out) {
+    kernels().boxBlurRows(rows, rowCount, rowLength, pixels, halfWidth, sums, out);
+}
+inline void thresholdRow(const float* in, float threshold, float* out, int pixels) {
+    kernels().thresholdRow(in, threshold, out, pixels);
+}
+inline void thresholdFogRow(float* row, float threshold, float fog, int pixels) {
+    kernels().thresholdFogRow(row, threshold, fog, pixels);
+}
+inline void veilMixRow(const float* narrow, const float* wide, float fog, float* out, int count) {
+    kernels().veilMixRow(narrow, wide, fog, out, count);
+}
+inline void coreMaskRow(const float* base, float* mask, int pixels) {
+    kernels().coreMaskRow(base, mask, pixels);
+}
+inline void rimRow(const float* base, const float* core, float* rimColor, float* rimWeight, int pixels) {
+    kernels().rimRow(base, core, rimColor, rimWeight, pixels);
+}
+inline void boostRow(const BoostRows& rows, float highlightBoost, float* bright, int pixels) {
+    kernels().boostRow(rows, highlightBoost, bright, pixels);
+}
+inline void composeRow(const GlowRow& top, const GlowRow& bottom, float fraction, const float* source,
+                       const ComposeConstants& constants, float* out, int pixels) {
+    kernels().composeRow(top, bottom, fraction, source, constants, out, pixels);
+}
+inline void bytesToFloats(const unsigned char* in, float* out, int count) {
+    kernels().bytesToFloats(in, out, count);
+}
+inline void wordsToFloats(const unsigned char* in, float* out, int count) {
+    kernels().wordsToFloats(in, out, count);
+}
+inline void floatsToBytes(const float* in, unsigned char* out, int count) {
+    kernels().floatsToBytes(in, out, count);
+}
+inline void floatsToWords(const float* in, unsigned char* out, int count) {
+    kernels().floatsToWords(in, out, count);
+}
+
+}  // namespace veil

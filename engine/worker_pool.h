@@ -1,0 +1,57 @@
+#pragma once
+
+// Runs a job over a range of image rows on several threads, the calling thread among them.
+
+#include <condition_variable>
+#include <exception>
+#include <functional>
+#include <mutex>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace veil {
+
+/// Hardware threads minus one; the caller of parallelFor is the remaining thread.
+int defaultWorkerCount();
+
+/// Worker threads that sleep between jobs. One thread at a time may call parallelFor, and a job must not call
+/// it on its own pool.
+class WorkerPool {
+  public:
+    using Job = std::function<void(int first, int end)>;
+
+    /// Starts `workers` threads; a negative count acts as 0. Throws std::system_error if a thread can't be
+    /// started or a lock can't be made, after those that run have been stopped.
+    explicit WorkerPool(int workers);
+    ~WorkerPool();
+    WorkerPool(const WorkerPool&) = delete;
+    WorkerPool& operator=(const WorkerPool&) = delete;
+
+    int workerCount() const { return static_cast<int>(threads.size()); }
+
+    /// Runs `job` over the rows from `start` up to, but not including, `end`, in contiguous slices of equal
+    /// height; the caller takes the last. Returns when all are done. If slices throw, the caller's exception,
+    /// or else the first of a worker's, leaves here, after every slice has ended.
+    void parallelFor(int start, int end, const Job& job);
+
+  private:
+    void workerMain(std::size_t index);
+    void stopAndJoin();
+
+    std::vector<std::thread> threads;
+    Job job;
+    std::vector<std::pair<int, int>> ranges;  // entry i belongs to worker i, the last one to the caller
+    std::mutex mutex;  // guards all that follows, and job and ranges as the workers see them
+    std::condition_variable wake;
+    std::condition_variable done;
+    unsigned generation = 0;
+    unsigned pending = 0;
+    bool stopping = false;
+    std::exception_ptr error;  // the first failure of a worker in this generation
+};
+
+/// Runs `job` over the rows from `start` to `end` on `pool`, or on the calling thread if it is null.
+void runRows(WorkerPool* pool, int start, int end, const WorkerPool::Job& job);
+
+}  // namespace veil

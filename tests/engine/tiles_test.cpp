@@ -1,0 +1,150 @@
+// What tiles of one image share, and what passes do joined, must not show in any bit.
+
+#include <doctest/doctest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <random>
+#include <stdexcept>
+
+#include "engine/composition.h"
+#include "engine/geometry.h"
+#include "engine/render.h"
+#include "tests/engine/pictures.h"
+
+using namespace veil;
+using pictures::Picture;
+
+namespace {
+
+struct Layout {
+    Picture picture;
+    int tileWidth, tileHeight;
+    RenderSettings settings;
+
+    std::vector<Rect> tiles() const {
+        std::vector<Rect> result;
+        for (int y = 0; y < picture.height; y += tileHeight)
+            for (int x = 0; x < picture.width; x += tileWidth)
+                result.push_back(
+                    {x, y, std::min(x + tileWidth, picture.width), std::min(y + tileHeight, picture.height)});
+        return result;
+    }
+};
+
+Layout randomLayout(std::mt19937& random) {
+    const auto upTo = [&](int n) { return static_cast<int>(random() % static_cast<unsigned>(n)); };
+    RenderSettings s{.threshold = static_cast<float>(upTo(3)) * 0.3f,
+                     .radius = static_cast<float>(upTo(120)),
+                     .strength = 0.9f,
+                     .anamorphic = upTo(4) == 0,
+                     .fog = 0.2f,
+                     .wideScale = upTo(3) == 0 ? 2.3f : 1.0f,
+                     .highlightBoost = upTo(4) == 0 ? 4.0f : 0.0f,
+                     .shadowProtect = static_cast<float>(upTo(2)) * 0.3f,
+                     .outputGlowOnly = upTo(3) == 0};
+    return {pictures::nightScene(1 + upTo(700), 1 + upTo(500)), 16 + upTo(200), 16 + upTo(200), s};
+}
+
+/// Only the pixels of `allowed` may be read; the others are not copied from a host.
+SourceRows guarded(const Picture& p, const Rect& rect, const Rect& allowed, std::atomic<int>& strayReads) {
+    return {rect, [&p, allowed, &strayReads](int x, int y, int count, float* scratch) -> const float* {
+                strayReads += x < allowed.x0 || x + count > allowed.x1 || y < allowed.y0 || y >= allowed.y1;
+                const float* from = p.samples.data() + (y * p.width + x) * 3;
+                std::copy(from, from + count * 3, scratch);
+                return scratch;
+            }};
+}
+
+FloatImage plainTile(const Layout& l, const Rect& tile) {
+    const Picture& p = l.picture;
+    const Rect input = requiredInputRect(tile, p.width, p.height, l.settings);
+    const Rect work = workingRect(tile, p.width, p.height, l.settings);
+    const FloatImage glow =
+        pictures::plainGlow(p, input, work, visibleGlowRect(tile, work, p.width, p.height), l.settings);
+    FloatImage out(tile);
+    composeOutput({p.rect(), p.samples.data()}, glowRows(glow), tile, p.width, p.height, workingSize(p.width),
+                  workingSize(p.height), l.settings, pictures::into(out), nullptr);
+    return out;
+}
+
+FloatImage renderedTile(ImageRenderer& renderer, const Layout& l, const Rect& tile, WorkerPool* pool) {
+    const Rect input = requiredInputRect(tile, l.picture.width, l.picture.height, l.settings);
+    const TileReads reads = renderer.reads(input, tile);
+    std::atomic<int> strayReads = 0;
+    FloatImage out(tile);
+    renderer.render(tile,
+                    {guarded(l.picture, input, reads.averaged, strayReads),
+                     guarded(l.picture, input, reads.picture, strayReads)},
+                    pictures::into(out), pool);
+    CHECK(strayReads == 0);
+    return out;
+}
+
+}  // namespace
+
+TEST_CASE(
+    "tiles that share their work, in any order on any threads, are those of passes that share nothing") {
+    std::mt19937 random(7);
+    for (int round = 0; round < 60; ++round) {
+        const Layout l = randomLayout(random);
+        INFO("round ", round, ": ", l.picture.width, " by ", l.picture.height, " in tiles of ", l.tileWidth,
+             " by ", l.tileHeight, ", radius ", l.settings.radius);
+        WorkerPool pool(round % 4);
+        ImageRenderer renderer(l.picture.width, l.picture.height, l.settings);
+        std::vector<Rect> tiles = l.tiles();
+        if (round % 3 == 1) std::shuffle(tiles.begin(), tiles.end(), random);
+        if (round % 3 == 2) tiles.resize((tiles.size() + 1) / 2);
+        std::size_t different = 0;
+        for (const Rect& tile : tiles)
+            different += renderedTile(renderer, l, tile, &pool).pixels != plainTile(l, tile).pixels;
+        CHECK(different == 0);
+    }
+}
+
+TEST_CASE("a source or an output that throws in any row leaves nothing wrong behind for the next tiles") {
+    for (const float wideScale : {1.0f, 2.0f}) {
+        const Layout l{pictures::nightScene(230, 190),
+                       100,
+                       64,
+                       {.radius = 90.0f, .strength = 0.8f, .wideScale = wideScale}};
+        WorkerPool pool(2);
+        ImageRenderer renderer(230, 190, l.settings);
+        const SourceRows good(l.picture.rect(), l.picture.samples.data());
+        int failingRow = 0;
+        for (const Rect& tile : l.tiles()) {
+            const Rect input = requiredInputRect(tile, 230, 190, l.settings);
+            const SourceRows broken(input, [&](int x, int y, int count, float* scratch) {
+                if (y % 60 == failingRow) throw std::runtime_error("row");
+                return good.read(x, y, count, scratch);
+            });
+            FloatImage out(tile);
+            for (failingRow = 0; failingRow < 60; failingRow += 13) {
+                CHECK_THROWS_AS(renderer.render(tile, {broken, broken}, pictures::into(out), &pool),
+                                std::runtime_error);
+            }
+            const OutputRows full = [&](int y, const float*) {
+                if (y == tile.y1 - 1) throw std::length_error("full");
+            };
+            CHECK_THROWS_AS(renderer.render(tile, {good, good}, full, &pool), std::length_error);
+            CHECK(renderedTile(renderer, l, tile, &pool).pixels == plainTile(l, tile).pixels);
+        }
+    }
+}
+
+TEST_CASE("on a side so long that positions are rounded past a tile's input, pixels outside of it are read") {
+    std::mt19937 random(3);
+    int outside = 0;
+    for (int round = 0; round < 3000; ++round) {
+        const int side = (1 << 26) + static_cast<int>(random() % ((1u << 30) - (1u << 26)));
+        const int first = static_cast<int>(random() % static_cast<unsigned>(side));
+        const Rect tile{first, 0, std::min(first + 1 + static_cast<int>(random() % 512), side), 1};
+        const RenderSettings settings{.radius = 2.0f, .strength = 1.0f};
+        const Rect input = requiredInputRect(tile, side, 1, settings);
+        outside += tile.x0 < input.x0 || tile.x1 > input.x1;
+        const Rect read = ImageRenderer(side, 1, settings).reads(input, tile).picture;
+        INFO("side ", side, " tile ", tile.x0, " to ", tile.x1);
+        CHECK((read.x0 >= input.x0 && read.x1 <= input.x1 && read.width() > 0 && read.height() == 1));
+    }
+    CHECK(outside > 0);
+}
