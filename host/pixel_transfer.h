@@ -1,0 +1,59 @@
+#pragma once
+
+// Between the host's integer samples and the engine's floats. Depth exists only here.
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "engine/image.h"
+
+namespace veil {
+
+/// How one row of `count` samples is converted: depth 16 has 0 to 32768 for 0 to 1, any other depth 0 to 255.
+/// Floats are limited to 0 to 1 and rounded to nearest, NaN becomes 0. Bytes may lie at any address.
+struct RowConversion {
+    std::size_t sampleBytes;
+    void (*read)(const unsigned char* in, float* out, int count);
+    void (*write)(const float* in, unsigned char* out, int count);
+};
+
+RowConversion rowConversion(std::int32_t depth);
+
+/// Converts `rect`'s width by height RGB pixels at `source`, rows `rowBytes` apart, to interleaved floats in
+/// `buffer`, which is resized. A null source, an empty rectangle or a row length below 1 leave black. Throws
+/// std::bad_alloc. [host's thread]
+void readPixels(const void* source, std::int32_t rowBytes, const Rect& rect, std::int32_t depth,
+                std::vector<float>& buffer);
+
+/// Writes `width` by `height` interleaved RGB floats to `destination`, rows `rowBytes` apart. Bytes behind a
+/// row's last pixel stay untouched. A null destination, an empty size or a row length below 1 write nothing.
+/// [host's thread]
+void writePixels(const std::vector<float>& buffer, void* destination, std::int32_t rowBytes,
+                 std::int32_t width, std::int32_t height, std::int32_t depth);
+
+/// Pixels of a rectangle in the host's samples, row by row without gaps: what threads work on in place of the
+/// host's memory.
+struct HostPixels {
+    Rect rect;
+    std::size_t pixelBytes = 0;
+    std::vector<unsigned char> bytes;
+
+    /// Takes another rectangle and keeps the memory if it suffices; the pixels hold anything. Throws
+    /// std::bad_alloc.
+    void reshape(const Rect& r, std::size_t bytesAPixel);
+    /// Pixel (x, y) of the rectangle's plane.
+    unsigned char* at(int x, int y) {
+        return bytes.data() +
+               (static_cast<std::size_t>(y - rect.y0) * static_cast<std::size_t>(rect.width()) +
+                static_cast<std::size_t>(x - rect.x0)) *
+                   pixelBytes;
+    }
+};
+
+/// Fills `pixels` from the host's buffer over `hostRect`, in which they lie. [host's thread]
+void copyFromHost(const void* source, std::int32_t rowBytes, const Rect& hostRect, HostPixels& pixels);
+/// Writes all of `pixels` to the host's buffer over the same rectangle. [host's thread]
+void copyToHost(const HostPixels& pixels, void* destination, std::int32_t rowBytes);
+
+}  // namespace veil

@@ -1,0 +1,52 @@
+# The manual pages and the completion name every option of the command, and none that it has not.
+# Wants VEIL, SOURCE and, where it is there, BASH.
+function(options_of text result)
+    string(REPLACE "\\-" "-" text "${text}")
+    string(REGEX REPLACE "[][;]" " " text "${text}")
+    string(REGEX MATCHALL "(^|[^a-zA-Z0-9-])--?[a-z][a-z-]*" found "${text}")
+    list(TRANSFORM found REPLACE "^[^-]" "")
+    list(TRANSFORM found STRIP)
+    list(REMOVE_DUPLICATES found)
+    list(SORT found)
+    set(${result} "${found}" PARENT_SCOPE)
+endfunction()
+
+execute_process(COMMAND "${VEIL}" --help OUTPUT_VARIABLE help COMMAND_ERROR_IS_FATAL ANY)
+options_of("${help}" expected)
+list(LENGTH expected count)
+if(count LESS 25)
+    message(FATAL_ERROR "only ${count} options in --help: ${expected}")
+endif()
+function(compare name text)
+    options_of("${text}" found)
+    if(NOT found STREQUAL expected)
+        set(missing ${expected})
+        list(REMOVE_ITEM missing ${found})
+        list(REMOVE_ITEM found ${expected})
+        message(SEND_ERROR "${name}: missing '${missing}', not an option '${found}'")
+    endif()
+endfunction()
+
+file(READ "${SOURCE}/docs/veil.1" manual)
+string(REGEX REPLACE "\n\\.SH EXAMPLES.*" "" manual "${manual}")
+string(REPLACE "\\fB" "" manual "${manual}")
+compare(docs/veil.1 "${manual}")
+file(READ "${SOURCE}/docs/veil.md" manual)
+string(REGEX MATCH "## Options.*## Exit status" manual "${manual}")
+compare(docs/veil.md "${manual}")
+if(BASH)
+    # What a user gets who asks for all that begins with "-", and for looks by the start of their names.
+    set(script "source '${SOURCE}/packaging/veil.bash-completion' || exit 1
+        complete_words() { COMP_WORDS=(\"$@\"); COMP_CWORD=$(($# - 1)); _veil; printf '%s\\n' \"\${COMPREPLY[@]}\"; }")
+    execute_process(COMMAND "${BASH}" -c "${script}\ncomplete_words veil -" OUTPUT_VARIABLE words
+                    COMMAND_ERROR_IS_FATAL ANY)
+    compare(packaging/veil.bash-completion "${words}")
+    file(WRITE "a file.ini" "[Night market]\n")
+    string(APPEND script "
+        complete_words '${VEIL}' --preset = '\"Gilt\\ V'; complete_words '${VEIL}' --preset-file = '\"a file.ini\"' --preset \"'Ni\"
+        HOME=$(dirname '${VEIL}') complete_words '~/veil' --preset-file 'a\\ file.ini' --preset N; complete_words veil --depth 1")
+    execute_process(COMMAND "${BASH}" -c "${script}" OUTPUT_VARIABLE words COMMAND_ERROR_IS_FATAL ANY)
+    if(NOT words STREQUAL "Gilt Veil\nNight market\nNight market\n16\n")
+        message(SEND_ERROR "completed to '${words}'")
+    endif()
+endif()
