@@ -1,0 +1,35 @@
+# The native build and the Windows library must give the same bytes for every look, depth and mode.
+# Wants NATIVE (folder of the native programs), EMULATOR, VEIL (veil.exe) and FOLDER (scratch).
+if(NOT EXISTS "${NATIVE}/veil")
+    message(FATAL_ERROR "build the preset native-release first: ${NATIVE}/veil is missing")
+endif()
+file(REMOVE_RECURSE "${FOLDER}")
+file(MAKE_DIRECTORY "${FOLDER}")
+execute_process(COMMAND "${NATIVE}/night_scene" scene.ppm 517x389 WORKING_DIRECTORY "${FOLDER}"
+                COMMAND_ERROR_IS_FATAL ANY)
+
+set(checked 0)
+foreach(look "Dusky Veil" "Gilt Veil" "Pearl Veil" "Anamorphic Flare")
+    foreach(depth 8 16)
+        foreach(mode plain boost glow)
+            set(options --quiet --overwrite --preset "${look}" --depth ${depth} --host-tile 256x256)
+            if(mode STREQUAL "boost")
+                list(APPEND options --advanced --light-boost 16)
+            elseif(mode STREQUAL "glow")
+                list(APPEND options --glow-only)
+            endif()
+            execute_process(COMMAND "${NATIVE}/veil" ${options} -o native.ppm scene.ppm
+                            WORKING_DIRECTORY "${FOLDER}" COMMAND_ERROR_IS_FATAL ANY)
+            execute_process(COMMAND ${EMULATOR} "${VEIL}" ${options} -o windows.ppm scene.ppm
+                            WORKING_DIRECTORY "${FOLDER}" COMMAND_ERROR_IS_FATAL ANY)
+            file(SHA256 "${FOLDER}/native.ppm" native)
+            file(SHA256 "${FOLDER}/windows.ppm" windows)
+            file(SHA256 "${FOLDER}/scene.ppm" scene)
+            if(NOT native STREQUAL windows OR windows STREQUAL scene)
+                message(FATAL_ERROR "${look}, depth ${depth}, ${mode}: the builds differ, or nothing was filtered")
+            endif()
+            math(EXPR checked "${checked} + 1")
+        endforeach()
+    endforeach()
+endforeach()
+message(STATUS "${checked} pictures are the same")
