@@ -6,6 +6,7 @@
 #include <doctest/doctest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -15,12 +16,12 @@
 #include <map>
 #include <sstream>
 #include <string>
+#include <thread>
 
 #include "standin/host.h"
 
 namespace {
 
-constexpr ULONGLONG kPatienceMs = 20000;  // for one step
 const HWND gHost = CreateWindowExW(0, L"STATIC", L"host", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 10, 10, 300, 200,
                                    nullptr, nullptr, nullptr, nullptr);
 
@@ -62,13 +63,31 @@ bool send(int key, bool isUp) {
 }
 bool press(int key) { return send(key, false) && send(key, true); }
 
+// A key goes to the window in the foreground, which another program's late news of the screen can take away.
+bool pressKey(int key) {
+    DWORD process = 0;
+    GetWindowThreadProcessId(GetForegroundWindow(), &process);
+    if (process == GetCurrentProcessId()) return press(key);
+    SetForegroundWindow(saveDialog() ? saveDialog() : mainDialog());
+    return false;
+}
+
+// Whether the pointer stands where the latest act has put it. The screen's own news of an earlier place may
+// come later than the move, so that no button goes down before the pointer is seen there.
+POINT gPlace;
+bool isThere() {
+    POINT now;
+    return GetCursorPos(&now) && now.x == gPlace.x && now.y == gPlace.y;
+}
+bool bringPointer() { return isThere() || (SetCursorPos(gPlace.x, gPlace.y), false); }
+
 // "x,y" in units of the dialog.
 bool moveTo(HWND dialog, int width, const std::string& place) {
     int x = 0, y = 0;
     RECT client;
     if (std::sscanf(place.c_str(), "%d,%d", &x, &y) != 2 || !GetClientRect(dialog, &client)) return false;
-    POINT point{x * client.right / width, y * client.right / width};
-    return ClientToScreen(dialog, &point) && SetCursorPos(point.x, point.y);
+    gPlace = {x * client.right / width, y * client.right / width};
+    return ClientToScreen(dialog, &gPlace) && bringPointer();
 }
 
 std::string valueText() {
@@ -82,20 +101,21 @@ using Argument = const std::string&;
 using Act = std::function<bool(Argument)>;
 const std::map<std::string, Act> kActs = {
     {"at", [](Argument a) { return moveTo(mainDialog(), 558, a); }},
-    {"down", [](Argument) { return send(0, false); }},
-    {"up", [](Argument) { return send(0, true); }},
+    {"down", [](Argument) { return bringPointer() && send(0, false); }},
+    {"up", [](Argument) { return bringPointer() && send(0, true); }},
     {"click", [](Argument a) { return moveTo(mainDialog(), 558, a) && press(0); }},
     {"double", [](Argument a) { return moveTo(mainDialog(), 558, a) && press(0) && press(0); }},
     {"saveClick", [](Argument a) { return moveTo(saveDialog(), 300, a) && press(0); }},
-    {"Enter", [](Argument) { return press(VK_RETURN); }},
-    {"Escape", [](Argument) { return press(VK_ESCAPE); }},
-    {"Tab", [](Argument) { return press(VK_TAB); }},
-    {"Up", [](Argument) { return press(VK_UP); }},
-    {"Left", [](Argument) { return press(VK_LEFT); }},
-    {"Right", [](Argument) { return press(VK_RIGHT); }},
+    {"Enter", [](Argument) { return pressKey(VK_RETURN); }},
+    {"Escape", [](Argument) { return pressKey(VK_ESCAPE); }},
+    {"Tab", [](Argument) { return pressKey(VK_TAB); }},
+    {"Up", [](Argument) { return pressKey(VK_UP); }},
+    {"Left", [](Argument) { return pressKey(VK_LEFT); }},
+    {"Right", [](Argument) { return pressKey(VK_RIGHT); }},
     {"type",
      [](Argument a) {
-         return std::all_of(a.begin(), a.end(), [](char c) { return press(VkKeyScanA(c) & 255); });
+         return pressKey(VkKeyScanA(a[0]) & 255) &&
+                std::all_of(a.begin() + 1, a.end(), [](char c) { return press(VkKeyScanA(c) & 255); });
      }},
     {"close", [](Argument) { return PostMessageW(mainDialog(), WM_CLOSE, 0, 0) != 0; }},
     {"capture", [](Argument) { return SetCapture(gHost), true; }},
@@ -114,8 +134,31 @@ struct Play {
     std::vector<std::string> acts;
     Act look;
     std::size_t next = 0;
-    ULONGLONG deadline = GetTickCount64() + kPatienceMs;
 } gPlay;
+
+// The time for one act. What has gone wrong once may go wrong in every opening: the rest need not wait so
+// long.
+ULONGLONG gPatienceMs = 20000;
+std::atomic<ULONGLONG> gDeadline{~0ull};
+
+void waitOn() { gDeadline = GetTickCount64() + gPatienceMs; }
+bool isLate() { return GetTickCount64() > gDeadline; }
+
+// Ends the program if not even the ticks come any more, and says what holds them up.
+void watch(DWORD thread) {
+    constexpr ULONGLONG kTicksAreGoneMs = 15000;
+    while (GetTickCount64() < gDeadline || GetTickCount64() - gDeadline < kTicksAreGoneMs) Sleep(500);
+    GUITHREADINFO info{};
+    info.cbSize = sizeof(info);
+    GetGUIThreadInfo(thread, &info);
+    std::printf(
+        "no ticks: act %u, flags %lx, active %p, focus %p, capture %p, moves %p, foreground %p, host %p\n",
+        static_cast<unsigned>(gPlay.next), info.flags, static_cast<void*>(info.hwndActive),
+        static_cast<void*>(info.hwndFocus), static_cast<void*>(info.hwndCapture),
+        static_cast<void*>(info.hwndMoveSize), static_cast<void*>(GetForegroundWindow()),
+        static_cast<void*>(gHost));
+    TerminateProcess(GetCurrentProcess(), 1);
+}
 
 bool doNext() {
     const std::string& act = gPlay.acts[gPlay.next];
@@ -125,12 +168,12 @@ bool doNext() {
 }
 
 void CALLBACK tick(HWND, UINT, UINT_PTR, DWORD) {
-    if (GetTickCount64() > gPlay.deadline) {  // ends what is open, from the top
+    if (isLate()) {  // ends what is open, from the top
         if (presetList()) DestroyWindow(presetList());
         EndDialog(saveDialog() ? saveDialog() : mainDialog(), IDCANCEL);
     } else if (gPlay.next < gPlay.acts.size() && mainDialog() && doNext()) {
         ++gPlay.next;
-        gPlay.deadline = GetTickCount64() + kPatienceMs;
+        waitOn();
     }
 }
 
@@ -158,13 +201,18 @@ struct Document {
     int run(const std::string& acts, Act look = {}) {
         std::istringstream words(acts);
         gPlay = {{std::istream_iterator<std::string>(words), {}}, std::move(look)};
+        waitOn();
         SetCursorPos(1900, 1100);  // away from all windows
+        static std::thread watchdog(watch, GetCurrentThreadId());
+        if (watchdog.joinable()) watchdog.detach();
         const HHOOK hook = SetWindowsHookExW(WH_CALLWNDPROC, giveTicks, nullptr, GetCurrentThreadId());
         const standin::RunReport report = session.runFromMenu();
         UnhookWindowsHookEx(hook);
         INFO("act ", gPlay.next, " of ", acts);
         CHECK(gPlay.next == gPlay.acts.size());
-        CHECK(GetTickCount64() <= gPlay.deadline);
+        CHECK_FALSE(isLate());
+        if (isLate()) gPatienceMs = 1000;
+        gDeadline = ~0ull;
         CHECK(IsWindowEnabled(gHost));
         CHECK(GetActiveWindow() == gHost);
         return report.result;
