@@ -3,8 +3,10 @@
 #include <benchmark/benchmark.h>
 
 #include <cstdint>
+#include <set>
 #include <vector>
 
+#include "bench/limits.h"
 #include "bench/noise.h"
 #include "engine/averaged_window.h"
 #include "engine/blur.h"
@@ -27,9 +29,40 @@ Image noiseImage(int width, int height) {
     return image;
 }
 
-void countPixels(benchmark::State& state, const Rect& rect) {
-    state.counters["MP/s"] = benchmark::Counter(static_cast<double>(rect.width()) * rect.height() * 1e-6,
-                                                benchmark::Counter::kIsIterationInvariantRate);
+// What a pass can't do without, for each pixel of its plane: samples read and written once, in bytes, and the
+// additions, multiplications, divisions and comparisons of its formulas, where work that pixels share is
+// counted once.
+struct Cost {
+    double bytes, operations;
+};
+
+void countWork(benchmark::State& state, const Rect& rect, Cost cost) {
+    using Rate = benchmark::Counter;
+    const double pixels = static_cast<double>(rect.width()) * rect.height() * 1e-9;
+    state.counters["MP/s"] = Rate(pixels * 1e3, Rate::kIsIterationInvariantRate);
+    state.counters["GB/s"] = Rate(pixels * cost.bytes, Rate::kIsIterationInvariantRate);
+    state.counters["Gop/s"] = Rate(pixels * cost.operations, Rate::kIsIterationInvariantRate);
+}
+
+// Of one sample along one axis: a linear read for each fraction that occurs, two reads and a weight for each
+// tap.
+double gaussianOperations(float radius) {
+    const TapTable table = makeTapTable(radius);
+    std::set<float> fractions;
+    for (int k = 0; k < table.count; ++k) fractions.insert({table.taps[k].frac, table.taps[k].negFrac});
+    return 3.0 * static_cast<double>(fractions.size()) + 3.0 * table.count + 1;
+}
+
+constexpr float kRadius = 45.0f;                               // of a radius of 180 on the working plane
+constexpr double kLinearRead = 3, kLuma = 5, kSmoothStep = 8;  // operations; the step with its limits
+
+// The boost: eight channels are enlarged and eight blurred, those on the half plane with half the radius.
+double boostOperations() {
+    const double enlarging = 8 * (kLinearRead / 2 + kLinearRead);
+    const double blurring = 8 * 2 * gaussianOperations(kRadius * 0.5f) / 4;
+    const double reducing = 3, coreMask = (kLuma + kSmoothStep) / 4, rim = (kLuma + 38) / 4;
+    const double gain = 3 * kLuma + 4 * kSmoothStep + 6, color = 57;
+    return reducing + blurring + enlarging + coreMask + rim + gain + color;
 }
 
 struct Pool {
@@ -48,35 +81,35 @@ void downsample(benchmark::State& state) {
         benchmark::DoNotOptimize(window.advance({0, 0, kPlane, kPlane}, {image.rect, image.pixels.data()},
                                                 planeSizes(kImage, kImage), nullptr, nullptr, &pool.pool));
     }
-    countPixels(state, image.rect);
+    countWork(state, image.rect, {12.75, 3.9});
 }
 
 void gaussian(benchmark::State& state) {
     Pool pool(state);
     const auto image = noiseImage<FloatImage>(kPlane, kPlane);
-    for (auto _ : state) benchmark::DoNotOptimize(blurImage(image, 45.0f, false, &pool.pool));
-    countPixels(state, image.rect);
+    for (auto _ : state) benchmark::DoNotOptimize(blurImage(image, kRadius, false, &pool.pool));
+    countWork(state, image.rect, {24, 6 * gaussianOperations(kRadius)});
 }
 
 void gaussianPlane(benchmark::State& state) {
     Pool pool(state);
     const auto plane = noiseImage<FloatPlane>(kPlane, kPlane);
-    for (auto _ : state) benchmark::DoNotOptimize(blurPlane(plane, 45.0f, false, &pool.pool));
-    countPixels(state, plane.rect);
+    for (auto _ : state) benchmark::DoNotOptimize(blurPlane(plane, kRadius, false, &pool.pool));
+    countWork(state, plane.rect, {8, 2 * gaussianOperations(kRadius)});
 }
 
 void tripleBox(benchmark::State& state) {
     Pool pool(state);
     const auto image = noiseImage<FloatImage>(kPlane, kPlane);
-    for (auto _ : state) benchmark::DoNotOptimize(blurImage(image, 45.0f, true, &pool.pool));
-    countPixels(state, image.rect);
+    for (auto _ : state) benchmark::DoNotOptimize(blurImage(image, kRadius, true, &pool.pool));
+    countWork(state, image.rect, {24, 27});
 }
 
 void reduce(benchmark::State& state) {
     Pool pool(state);
     const auto image = noiseImage<FloatImage>(kPlane, kPlane);
     for (auto _ : state) benchmark::DoNotOptimize(reduceByFactor(image, 2, &pool.pool));
-    countPixels(state, image.rect);
+    countWork(state, image.rect, {15, 3});
 }
 
 void enlarge(benchmark::State& state) {
@@ -84,7 +117,7 @@ void enlarge(benchmark::State& state) {
     const auto image = noiseImage<FloatImage>(kPlane / 2, kPlane / 2);
     for (auto _ : state)
         benchmark::DoNotOptimize(enlargeByFactor(image, {0, 0, kPlane, kPlane}, 2, &pool.pool));
-    countPixels(state, {0, 0, kPlane, kPlane});
+    countWork(state, {0, 0, kPlane, kPlane}, {15, 3 * (kLinearRead / 2 + kLinearRead)});
 }
 
 RenderSettings settingsOf(std::int16_t presetId, bool advanced, float boost) {
@@ -103,14 +136,14 @@ void boost(benchmark::State& state) {
         boostHighlights(base, base, bright, settings, &pool.pool);
         benchmark::DoNotOptimize(bright);
     }
-    countPixels(state, base.rect);
+    countWork(state, base.rect, {12 * 4, boostOperations()});
 }
 
 void mix(benchmark::State& state) {
     Pool pool(state);
     const auto image = noiseImage<FloatImage>(kPlane, kPlane);
     for (auto _ : state) benchmark::DoNotOptimize(veilMix(image, image, 0.18f, image.rect, &pool.pool));
-    countPixels(state, image.rect);
+    countWork(state, image.rect, {36, 9});
 }
 
 void compose(benchmark::State& state) {
@@ -122,7 +155,7 @@ void compose(benchmark::State& state) {
     for (auto _ : state)
         composeOutput({image.rect, image.pixels.data()}, glowRows(glow), image.rect, kImage, kImage, kPlane,
                       kPlane, settingsOf(0, false, 0.0f), store, &pool.pool);
-    countPixels(state, image.rect);
+    countWork(state, image.rect, {24.75, 3 * (kLinearRead / 4 + kLinearRead) + 73});
 }
 
 void renderTile(benchmark::State& state, const RenderSettings& settings, int tileSize) {
@@ -134,10 +167,29 @@ void renderTile(benchmark::State& state, const RenderSettings& settings, int til
     fillWithNoise(input);
     std::vector<float> out;
     for (auto _ : state) renderVeil(input.data(), need, tile, 6000, 4000, settings, out, &pool.pool);
-    countPixels(state, tile);
+    countWork(state, tile, {0, 0});
 }
 
 // The argument is the number of threads, the caller among them.
+BENCHMARK(measureArithmetic)
+    ->Name("limit/arithmetic")
+    ->Arg(1)
+    ->Arg(2)
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+// Of planes as large as those of the passes on the working plane, and on the image.
+BENCHMARK_CAPTURE(measureCopy, plane, std::size_t{kPlane} * kPlane * 12)
+    ->Name("limit/copy_plane")
+    ->Arg(1)
+    ->Arg(2)
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(measureCopy, image, std::size_t{kImage} * kImage * 12)
+    ->Name("limit/copy_image")
+    ->Arg(1)
+    ->Arg(2)
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
 BENCHMARK(downsample)->Arg(1)->Arg(2)->UseRealTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(gaussian)->Arg(1)->Arg(2)->UseRealTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(gaussianPlane)->Arg(1)->Arg(2)->UseRealTime()->Unit(benchmark::kMillisecond);
