@@ -342,6 +342,7 @@ TEST_CASE("the preset list takes another row, is not dismissed, or passes its in
 TEST_CASE("a preset is not saved under its name, saved after a cancel, or comes back with other values") {
     namespace fs = std::filesystem;
     const fs::path folder = fs::temp_directory_path() / ("veil" + std::to_string(GetCurrentProcessId()));
+    fs::remove_all(folder);  // of a program that was killed; process numbers come again
     REQUIRE(fs::create_directory(folder));
     REQUIRE(SetEnvironmentVariableA("APPDATA", folder.string().c_str()));
     struct Way {
