@@ -13,7 +13,6 @@
 #include "engine/boost.h"
 #include "engine/composition.h"
 #include "engine/geometry.h"
-#include "engine/glow.h"
 #include "engine/render.h"
 #include "engine/resample.h"
 #include "presets/builtin_presets.h"
@@ -84,40 +83,46 @@ void downsample(benchmark::State& state) {
     countWork(state, image.rect, {12.75, 3.9});
 }
 
-void gaussian(benchmark::State& state) {
+// Along rows, then across them, as the full route does.
+void blurBoth(const FloatImage& image, float radius, bool anamorphic, AcrossBlur<FloatImage>& across,
+              FloatImage& out, WorkerPool& pool) {
+    const Span axis{0, image.height()};
+    across.begin(radius, anamorphic, axis, axis, {0, image.width()});
+    const AlongBlur along = makeAlongBlur(radius, anamorphic, image.width(), 0, image.width());
+    runRows(&pool, 0, image.height(), [&](int first, int end) {
+        LineScratch scratch;
+        for (int y = first; y < end; y += kRowGroup)
+            blurAlong(along, image.row(y), std::min(kRowGroup, end - y), image.rowLength(), scratch,
+                      across.row(y), across.rowLength());
+    });
+    if (!anamorphic)
+        runRows(&pool, 0, image.height(), [&](int first, int end) {
+            across.make({0, first, image.width(), end}, out.row(first));
+        });
+    benchmark::DoNotOptimize(out);
+}
+
+void blur(benchmark::State& state, bool anamorphic) {
     Pool pool(state);
     const auto image = noiseImage<FloatImage>(kPlane, kPlane);
-    for (auto _ : state) benchmark::DoNotOptimize(blurImage(image, kRadius, false, &pool.pool));
-    countWork(state, image.rect, {24, 6 * gaussianOperations(kRadius)});
+    AcrossBlur<FloatImage> across;
+    FloatImage out(image.rect);
+    for (auto _ : state) blurBoth(image, kRadius, anamorphic, across, out, pool.pool);
+    countWork(state, image.rect, {24, anamorphic ? 27 : 6 * gaussianOperations(kRadius)});
 }
 
-void gaussianPlane(benchmark::State& state) {
+void resample(benchmark::State& state, int from, const BilinearPlan& plan, double operations) {
     Pool pool(state);
-    const auto plane = noiseImage<FloatPlane>(kPlane, kPlane);
-    for (auto _ : state) benchmark::DoNotOptimize(blurPlane(plane, kRadius, false, &pool.pool));
-    countWork(state, plane.rect, {8, 2 * gaussianOperations(kRadius)});
-}
-
-void tripleBox(benchmark::State& state) {
-    Pool pool(state);
-    const auto image = noiseImage<FloatImage>(kPlane, kPlane);
-    for (auto _ : state) benchmark::DoNotOptimize(blurImage(image, kRadius, true, &pool.pool));
-    countWork(state, image.rect, {24, 27});
-}
-
-void reduce(benchmark::State& state) {
-    Pool pool(state);
-    const auto image = noiseImage<FloatImage>(kPlane, kPlane);
-    for (auto _ : state) benchmark::DoNotOptimize(reduceByFactor(image, 2, &pool.pool));
-    countWork(state, image.rect, {15, 3});
-}
-
-void enlarge(benchmark::State& state) {
-    Pool pool(state);
-    const auto image = noiseImage<FloatImage>(kPlane / 2, kPlane / 2);
-    for (auto _ : state)
-        benchmark::DoNotOptimize(enlargeByFactor(image, {0, 0, kPlane, kPlane}, 2, &pool.pool));
-    countWork(state, {0, 0, kPlane, kPlane}, {15, 3 * (kLinearRead / 2 + kLinearRead)});
+    const auto image = noiseImage<FloatImage>(from, from);
+    FloatImage out(plan.target);
+    for (auto _ : state) {
+        runRows(&pool.pool, 0, out.height(), [&](int first, int end) {
+            BilinearRows<FloatImage> rows(plan, image.row(0), image.rect);
+            for (int y = first; y < end; ++y) rows.make(y, out.row(y));
+        });
+        benchmark::DoNotOptimize(out);
+    }
+    countWork(state, {0, 0, kPlane, kPlane}, {15, operations});
 }
 
 RenderSettings settingsOf(std::int16_t presetId, bool advanced, float boost) {
@@ -127,23 +132,17 @@ RenderSettings settingsOf(std::int16_t presetId, bool advanced, float boost) {
     return makeRenderSettings(params);
 }
 
+// On noise that is lit at every turn.
 void boost(benchmark::State& state) {
     Pool pool(state);
     const auto base = noiseImage<FloatImage>(kPlane, kPlane);
     const RenderSettings settings = settingsOf(0, true, 16.0f);
-    for (auto _ : state) {
-        FloatImage bright = base;
-        boostHighlights(base, base, bright, settings, &pool.pool);
-        benchmark::DoNotOptimize(bright);
-    }
+    AcrossBlur<FloatImage> wide;
+    FloatImage out(base.rect);
+    blurBoth(base, 108.0f, false, wide, out, pool.pool);
+    HighlightBoost maker;
+    for (auto _ : state) benchmark::DoNotOptimize(maker.make(base, wide, base.rect, settings, &pool.pool));
     countWork(state, base.rect, {12 * 4, boostOperations()});
-}
-
-void mix(benchmark::State& state) {
-    Pool pool(state);
-    const auto image = noiseImage<FloatImage>(kPlane, kPlane);
-    for (auto _ : state) benchmark::DoNotOptimize(veilMix(image, image, 0.18f, image.rect, &pool.pool));
-    countWork(state, image.rect, {36, 9});
 }
 
 void compose(benchmark::State& state) {
@@ -191,13 +190,22 @@ BENCHMARK_CAPTURE(measureCopy, image, std::size_t{kImage} * kImage * 12)
     ->UseRealTime()
     ->Unit(benchmark::kMillisecond);
 BENCHMARK(downsample)->Arg(1)->Arg(2)->UseRealTime()->Unit(benchmark::kMillisecond);
-BENCHMARK(gaussian)->Arg(1)->Arg(2)->UseRealTime()->Unit(benchmark::kMillisecond);
-BENCHMARK(gaussianPlane)->Arg(1)->Arg(2)->UseRealTime()->Unit(benchmark::kMillisecond);
-BENCHMARK(tripleBox)->Arg(1)->Arg(2)->UseRealTime()->Unit(benchmark::kMillisecond);
-BENCHMARK(reduce)->Arg(1)->Arg(2)->UseRealTime()->Unit(benchmark::kMillisecond);
-BENCHMARK(enlarge)->Arg(1)->Arg(2)->UseRealTime()->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(blur, gaussian, false)->Arg(1)->Arg(2)->UseRealTime()->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(blur, triple_box, true)->Arg(1)->Arg(2)->UseRealTime()->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(resample, reduce, kPlane,
+                  planReduction({0, 0, kPlane, kPlane}, {0, 0, kPlane / 2, kPlane / 2}, 2), 3)
+    ->Arg(1)
+    ->Arg(2)
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(resample, enlarge, kPlane / 2,
+                  planEnlargement({0, 0, kPlane / 2, kPlane / 2}, {0, 0, kPlane, kPlane}, 2),
+                  3 * (kLinearRead / 2 + kLinearRead))
+    ->Arg(1)
+    ->Arg(2)
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
 BENCHMARK(boost)->Arg(1)->Arg(2)->UseRealTime()->Unit(benchmark::kMillisecond);
-BENCHMARK(mix)->Arg(1)->Arg(2)->UseRealTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(compose)->Arg(1)->Arg(2)->UseRealTime()->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(renderTile, dusky_512, settingsOf(0, false, 0.0f), 512)
     ->Arg(1)

@@ -125,7 +125,7 @@ const struct {
      }},
     {"boxBlurRows (of 4)",
      [](const KernelTable& k, Rows& r) {
-         k.boxBlurRows(r.row(0), 4, 0, kPixels, 15, r.out(), r.out() + 5 * kCount);
+         k.boxBlurRows({r.row(0), kBoxRows, 0}, kPixels, 15, 0, kPixels, r.out(), r.out() + 5 * kCount, 0);
      }},
 };
 

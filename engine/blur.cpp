@@ -4,6 +4,7 @@
 #include "engine/linear_read.h"
 
 #include <algorithm>
+#include <bit>
 #include <cassert>
 #include <cmath>
 #include <cstddef>
@@ -62,13 +63,13 @@ bool isEven(const LinePlan& plan) {
 }
 
 // The pixels of the axis that a line of `plan` has, not repeated ones, as indices of the line's own pixels.
-LinePlan::Range ownPixels(const LinePlan& plan, int size) {
+Span ownPixels(const LinePlan& plan, int size) {
     const int first = plan.begin - plan.reach, end = plan.end + plan.reach;
     return {std::max(first, 0) - first, std::min(end, size) - first};
 }
 
 LinePlan planLines(const TapTable& table, int size, int begin, int end) {
-    LinePlan plan{table, begin, end, 0, 0, table.edge + 2, {}, {}, {}, {}, {}};
+    LinePlan plan{table, begin, end, 0, 0, table.reach(), {}, {}, {}, {}, {}};
     plan.own = ownPixels(plan, size);
     const int insideFirst = std::min(size, table.edge);
     plan.insideBegin = std::clamp(insideFirst, begin, end);
@@ -131,22 +132,22 @@ void blurInside(const LinePlan& plan, const float* line, int step, LineScratch& 
 }
 
 // The pixels near the ends of a row.
-template <int kChannels>
-void blurRowEdges(const LinePlan& plan, const std::vector<float>& fractions, const float* line, float* out) {
-    const int edgeCount = plan.edgeCount(), left = plan.insideBegin - plan.begin;
+void blurRowEdges(const RowBlur& blur, const float* line, float* out) {
+    const LinePlan& plan = blur.plan;
+    const int edgeCount = plan.edgeCount(), left = plan.insideBegin - plan.begin, step = blur.channels;
     const auto blurRun = [&](int first, int end) {
         if (first == end) return;
         const int atPixel = plan.edgePixel(first) - plan.begin;
-        const float* centre = line + (atPixel + plan.reach) * kChannels;
+        const float* centre = line + (atPixel + plan.reach) * step;
         EdgeReads taps[kMaxTaps];
         for (int k = 0; k < plan.table.count; ++k) {
             const Tap& tap = plan.table.taps[k];
-            const float* tapFractions = fractions.data() + (k * 2 * edgeCount + first) * kChannels;
-            taps[k] = {centre + tap.negOffset * kChannels, centre + tap.offset * kChannels, tapFractions,
-                       tapFractions + edgeCount * kChannels, tap.weight};
+            const float* tapFractions = blur.fractions.data() + (k * 2 * edgeCount + first) * step;
+            taps[k] = {centre + tap.negOffset * step, centre + tap.offset * step, tapFractions,
+                       tapFractions + edgeCount * step, tap.weight};
         }
-        edgeRow(centre, taps, plan.table.count, kChannels, plan.table.norm, out + atPixel * kChannels,
-                (end - first) * kChannels);
+        edgeRow(centre, taps, plan.table.count, step, plan.table.norm, out + atPixel * step,
+                (end - first) * step);
     };
     blurRun(0, left);
     blurRun(left, edgeCount);
@@ -171,45 +172,24 @@ void blurStripEdges(const LinePlan& plan, const float* line, int step, float* ou
     }
 }
 
+// Nothing blooms in most rows of a night scene. Ends early where the samples aren't all zeros.
+bool areZeros(const float* samples, int count) {
+    constexpr int kChunk = 64;
+    for (int i = 0; i < count; i += kChunk) {
+        std::uint32_t bits = 0;
+        for (int j = i; j < std::min(i + kChunk, count); ++j)
+            bits |= std::bit_cast<std::uint32_t>(samples[j]);
+        if (bits != 0) return false;
+    }
+    return true;
+}
+
 // Repeats the first and last of the `own` pixels to the ends of a line.
-void padLine(const LinePlan& plan, const LinePlan::Range& own, int step, float* line) {
+void padLine(const LinePlan& plan, const Span& own, int step, float* line) {
     const int length = plan.end - plan.begin + 2 * plan.reach;
-    const float *first = line + own.first * step, *last = line + (own.end - 1) * step;
-    for (int i = 0; i < own.first; ++i) std::copy(first, first + step, line + i * step);
+    const float *first = line + own.begin * step, *last = line + (own.end - 1) * step;
+    for (int i = 0; i < own.begin; ++i) std::copy(first, first + step, line + i * step);
     for (int i = own.end; i < length; ++i) std::copy(last, last + step, line + i * step);
-}
-
-template <int kChannels>
-RowBlur planRows(const TapTable& table, int size, int begin, int end) {
-    RowBlur blur{planLines(table, size, begin, end), {}};
-    for (const float fraction : blur.plan.edgeFractions)
-        blur.fractions.insert(blur.fractions.end(), kChannels, fraction);
-    return blur;
-}
-
-template <int kChannels>
-void blurOneRow(const RowBlur& blur, const float* row, LineScratch& scratch, float* out) {
-    const LinePlan& plan = blur.plan;
-    const float* from = row + plan.firstOwn() * kChannels;
-    float* line = scratch.lineOf(plan, kChannels);
-    std::copy(from, from + (plan.own.end - plan.own.first) * kChannels, line + plan.own.first * kChannels);
-    padLine(plan, plan.own, kChannels, line);
-    blurRowEdges<kChannels>(plan, blur.fractions, line, out);
-    blurInside(plan, line, kChannels, scratch, out);
-}
-
-template <class Image>
-Image blurRows(const Image& source, const TapTable& table, const Rect& wanted, WorkerPool* pool) {
-    Image result(wanted);
-    const RowBlur blur = planRows<Image::kChannels>(table, source.width(), wanted.x0 - source.rect.x0,
-                                                    wanted.x1 - source.rect.x0);
-    const int firstRow = wanted.y0 - source.rect.y0;
-    runRows(pool, 0, wanted.height(), [&](int first, int last) {
-        LineScratch scratch;
-        for (int y = first; y < last; ++y)
-            blurOneRow<Image::kChannels>(blur, source.row(firstRow + y), scratch, result.row(y));
-    });
-    return result;
 }
 
 // Samples; narrow, so that the rows which the taps of a strip reach stay in the cache.
@@ -222,8 +202,8 @@ template <class RowAt, class OutAt>
 void blurStrip(const LinePlan& plan, int strip, int count, RowAt rowAt, OutAt outAt, LineScratch& scratch) {
     const int column = strip * kStripWidth, step = std::min(kStripWidth, count - column);
     float* line = scratch.lineOf(plan, step);
-    for (int i = plan.own.first; i < plan.own.end; ++i) {
-        const float* from = rowAt(plan.firstOwn() + i - plan.own.first) + column;
+    for (int i = plan.own.begin; i < plan.own.end; ++i) {
+        const float* from = rowAt(plan.firstOwn() + i - plan.own.begin) + column;
         std::copy(from, from + step, line + i * step);
     }
     padLine(plan, plan.own, step, line);
@@ -233,42 +213,6 @@ void blurStrip(const LinePlan& plan, int strip, int count, RowAt rowAt, OutAt ou
     blurInside(plan, line, step, scratch, blurred);
     for (int y = 0; y < plan.end - plan.begin; ++y, blurred += step)
         std::copy(blurred, blurred + step, outAt(y) + column);
-}
-
-template <class Image>
-Image blurColumns(const Image& source, const TapTable& table, const Rect& wanted, WorkerPool* pool) {
-    Image result(wanted);
-    const LinePlan plan =
-        planLines(table, source.height(), wanted.y0 - source.rect.y0, wanted.y1 - source.rect.y0);
-    const int count = static_cast<int>(result.rowLength());
-    const int firstColumn = (wanted.x0 - source.rect.x0) * Image::kChannels;
-    runRows(pool, 0, stripsOf(count), [&](int first, int last) {
-        LineScratch scratch;
-        for (int strip = first; strip < last; ++strip)
-            blurStrip(
-                plan, strip, count, [&](int y) { return source.row(y) + firstColumn; },
-                [&](int y) { return result.row(y); }, scratch);
-    });
-    return result;
-}
-
-template <class Image>
-Image crop(const Image& source, const Rect& wanted) {
-    Image result(wanted);
-    const int firstColumn = (wanted.x0 - source.rect.x0) * Image::kChannels;
-    for (int y = 0; y < wanted.height(); ++y) {
-        const float* row = source.row(y + wanted.y0 - source.rect.y0) + firstColumn;
-        std::copy(row, row + result.rowLength(), result.row(y));
-    }
-    return result;
-}
-
-template <class Image>
-Image blurAxis(const Image& source, float radius, Axis axis, const Rect& wanted, WorkerPool* pool) {
-    const TapTable table = makeTapTable(radius);
-    if (table.count == 0 || wanted.isEmpty()) return crop(source, wanted);
-    return axis == Axis::horizontal ? blurRows(source, table, wanted, pool)
-                                    : blurColumns(source, table, wanted, pool);
 }
 
 }  // namespace
@@ -298,62 +242,32 @@ TapTable makeTapTable(float radius) {
     return table;
 }
 
-FloatImage gaussianPass(const FloatImage& source, float radius, Axis axis, WorkerPool* pool) {
-    return blurAxis(source, radius, axis, source.rect, pool);
-}
-
-FloatImage gaussianPass(const FloatImage& source, float radius, Axis axis, const Rect& wanted,
-                        WorkerPool* pool) {
-    return blurAxis(source, radius, axis, wanted, pool);
-}
-
-FloatPlane gaussianPassPlane(const FloatPlane& source, float radius, Axis axis, WorkerPool* pool) {
-    return blurAxis(source, radius, axis, source.rect, pool);
-}
-
-FloatImage boxPass(const FloatImage& source, int halfWidth, int times, WorkerPool* pool) {
-    if (halfWidth < 1 || source.width() < 2) return crop(source, source.rect);
-    FloatImage result(source.rect);
-    const int width = source.width(), rowLength = width * FloatImage::kChannels;
-    runRows(pool, 0, source.height(), [&](int first, int end) {
-        std::vector<float> sums((static_cast<std::size_t>(width + 2 * halfWidth + 1) * 3 + 1) * kBoxRows);
-        for (int y = first; y < end; y += kBoxRows) {
-            const int rows = std::min(kBoxRows, end - y);
-            for (int i = 0; i < times; ++i)
-                boxBlurRows(i == 0 ? source.row(y) : result.row(y), rows, rowLength, width, halfWidth,
-                            sums.data(), result.row(y));
-        }
-    });
-    return result;
-}
-
-FloatImage blurImage(const FloatImage& source, float radius, bool anamorphic, WorkerPool* pool) {
-    return blurImage(source, radius, anamorphic, source.rect, pool);
-}
-
-FloatImage blurImage(const FloatImage& source, float radius, bool anamorphic, const Rect& wanted,
-                     WorkerPool* pool) {
-    if (anamorphic) {
-        const int halfWidth = std::max(1, static_cast<int>(std::round(radius / 3.0f)));
-        return boxPass(source, halfWidth, 3, pool);
-    }
-    const Rect columns{wanted.x0, source.rect.y0, wanted.x1, source.rect.y1};
-    const FloatImage rows = gaussianPass(source, radius, Axis::horizontal, columns, pool);
-    return gaussianPass(rows, radius, Axis::vertical, wanted, pool);
-}
-
-FloatPlane blurPlane(const FloatPlane& source, float radius, bool anamorphic, WorkerPool* pool) {
-    FloatPlane rows = gaussianPassPlane(source, radius, Axis::horizontal, pool);
-    if (anamorphic) return rows;
-    return gaussianPassPlane(rows, radius, Axis::vertical, pool);
-}
-
-RowBlur makeRowBlur(float radius, int width, int begin, int end) {
-    return planRows<FloatImage::kChannels>(makeTapTable(radius), width, begin, end);
+RowBlur makeRowBlur(float radius, int width, int begin, int end, int channels) {
+    RowBlur blur{planLines(makeTapTable(radius), width, begin, end), {}, channels};
+    for (const float fraction : blur.plan.edgeFractions)
+        blur.fractions.insert(blur.fractions.end(), static_cast<std::size_t>(channels), fraction);
+    return blur;
 }
 
 void blurRow(const RowBlur& blur, const float* row, LineScratch& scratch, float* out) {
-    blurOneRow<FloatImage::kChannels>(blur, row, scratch, out);
+    const LinePlan& plan = blur.plan;
+    const int ownCount = (plan.own.end - plan.own.begin) * blur.channels;
+    if (areZeros(row + plan.firstOwn() * blur.channels, ownCount)) {
+        std::fill(out, out + (plan.end - plan.begin) * blur.channels, 0.0f);
+        return;
+    }
+    const float* line = nullptr;
+    if (plan.isWhole()) {
+        line = row + plan.firstOwn() * blur.channels;
+    } else {
+        const float* from = row + plan.firstOwn() * blur.channels;
+        float* padded = scratch.lineOf(plan, blur.channels);
+        std::copy(from, from + ownCount, padded + plan.own.begin * blur.channels);
+        padLine(plan, plan.own, blur.channels, padded);
+        line = padded;
+    }
+    blurRowEdges(blur, line, out);
+    blurInside(plan, line, blur.channels, scratch, out);
 }
 
 void blurAcrossRows(float radius, const std::vector<const float*>& rows, int begin, int end, int count,
@@ -365,5 +279,89 @@ void blurAcrossRows(float radius, const std::vector<const float*>& rows, int beg
             plan, strip, count, [&](int y) { return rows[static_cast<std::size_t>(y)]; },
             [&](int y) { return out + static_cast<std::ptrdiff_t>(y) * count; }, scratch);
 }
+
+AlongBlur makeAlongBlur(float radius, bool anamorphic, int width, int begin, int end) {
+    AlongBlur blur{{}, 0, width, {begin, end}, {}, {}};
+    if (!anamorphic) {
+        blur.gaussian = makeRowBlur(radius, width, begin, end);
+        blur.reads = gaussianReads(radius, {0, width}, {begin, end});
+        return blur;
+    }
+    // A row of one pixel stays as it is, which the Gaussian without taps does too.
+    if (width < 2) return makeAlongBlur(0.0f, false, width, begin, end);
+    blur.boxHalfWidth = std::max(1, static_cast<int>(std::round(radius / 3.0f)));
+    const auto reached = [&](int to) {
+        return to < width - blur.boxHalfWidth ? to + blur.boxHalfWidth : width;
+    };
+    blur.boxEnds[1] = reached(end);
+    blur.boxEnds[0] = reached(blur.boxEnds[1]);
+    // The sums run from the row's first pixel on.
+    blur.reads = {0, reached(blur.boxEnds[0])};
+    return blur;
+}
+
+void blurAlong(const AlongBlur& blur, const float* rows, int rowCount, std::size_t rowLength,
+               LineScratch& scratch, float* out, std::size_t outLength) {
+    const auto width = static_cast<std::size_t>(blur.width);
+    if (blur.boxHalfWidth == 0) {
+        for (int k = 0; k < rowCount; ++k, rows += rowLength, out += outLength)
+            blurRow(blur.gaussian, rows, scratch, out);
+        return;
+    }
+    const auto isZeroRow = [&](int k) {
+        return areZeros(rows + static_cast<std::size_t>(k) * rowLength, blur.reads.end * 3);
+    };
+    int zeroRows = 0;
+    while (zeroRows < rowCount && isZeroRow(zeroRows)) ++zeroRows;
+    if (zeroRows == rowCount) {
+        const auto count = static_cast<std::size_t>(blur.wanted.end - blur.wanted.begin) * 3;
+        for (int k = 0; k < rowCount; ++k, out += outLength) std::fill(out, out + count, 0.0f);
+        return;
+    }
+    const int n = blur.boxHalfWidth, boxedLength = blur.width * 3;
+    scratch.sums.resize(((width + 2 * static_cast<std::size_t>(n) + 1) * 3 + 1) * kBoxRows);
+    scratch.boxed.resize(width * 3 * kBoxRows);
+    float *boxed = scratch.boxed.data(), *sums = scratch.sums.data();
+    const BoxSource source{rows, rowCount, static_cast<int>(rowLength)}, again{boxed, rowCount, boxedLength};
+    boxBlurRows(source, blur.width, n, 0, blur.boxEnds[0], sums, boxed, boxedLength);
+    boxBlurRows(again, blur.width, n, 0, blur.boxEnds[1], sums, boxed, boxedLength);
+    boxBlurRows(again, blur.width, n, blur.wanted.begin, blur.wanted.end, sums, out,
+                static_cast<int>(outLength));
+}
+
+Span gaussianReads(float radius, Span axis, Span wanted) {
+    const int reach = makeTapTable(radius).reach();
+    return {std::max(axis.begin, wanted.begin - reach), std::min(axis.end, wanted.end + reach)};
+}
+
+template <class Image>
+void AcrossBlur<Image>::begin(float blurRadius, bool anamorphic, Span axis, Span wanted, Span columns) {
+    radius = blurRadius;
+    isAcross = !anamorphic;
+    axisBegin = axis.begin;
+    axisEnd = axis.end;
+    const Span rows = isAcross ? gaussianReads(radius, axis, wanted) : wanted;
+    image.reshape({columns.begin, rows.begin, columns.end, rows.end});
+}
+
+template <class Image>
+void AcrossBlur<Image>::make(const Rect& wanted, float* out) const {
+    const int count = wanted.width() * Image::kChannels;
+    const int firstSample = (wanted.x0 - image.rect.x0) * Image::kChannels;
+    if (!isAcross) {
+        for (int y = wanted.y0; y < wanted.y1; ++y, out += count) {
+            const float* from = image.row(y - image.rect.y0) + firstSample;
+            std::copy(from, from + count, out);
+        }
+        return;
+    }
+    std::vector<const float*> rows(static_cast<std::size_t>(axisEnd - axisBegin));
+    for (int y = image.rect.y0; y < image.rect.y1; ++y)
+        rows[static_cast<std::size_t>(y - axisBegin)] = image.row(y - image.rect.y0) + firstSample;
+    blurAcrossRows(radius, rows, wanted.y0 - axisBegin, wanted.y1 - axisBegin, count, out);
+}
+
+template class AcrossBlur<FloatImage>;
+template class AcrossBlur<FloatPlane>;
 
 }  // namespace veil

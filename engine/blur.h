@@ -1,19 +1,24 @@
 #pragma once
 
-// The blurs: a Gaussian along one axis with at most 24 taps a side, and a triple box for the streak. Radii
-// are in pixels of the image's own plane. Results have the source's rectangle; reads outside repeat the edge
-// pixel. All run on `pool`, or on the calling thread if it is null, and throw std::bad_alloc only.
+// The blurs: a Gaussian along one axis with at most 24 taps a side, and a triple box along the row for the
+// streak. Radii are in pixels of the image's own plane; reads outside repeat the edge pixel. Rows are blurred
+// along x where a pass has them in the cache, and across when somebody asks for the result. All work on the
+// calling thread and throw std::bad_alloc only.
 
+#include <cstddef>
 #include <vector>
 
 #include "engine/image.h"
-#include "engine/worker_pool.h"
+#include "engine/kernels/kernel_table.h"
 
 namespace veil {
 
-enum class Axis { horizontal, vertical };
-
 constexpr int kMaxTaps = 24;  // a side; beyond it the taps spread out, so the cost stays flat
+
+/// A run of rows or columns.
+struct Span {
+    int begin, end;
+};
 
 /// One pair of mirror taps, each of them two neighbouring pixels with linear weights.
 struct Tap {
@@ -31,42 +36,16 @@ struct TapTable {
     float step = 1.0f;  ///< tap i (from 0) stands for the distance d = (i + 1) * step
     float norm = 1.0f;  ///< 1 / sum of all weights, the centre's 1 among them
     int edge = 0;       ///< pixels at each end of an axis whose taps may leave it
+
+    int reach() const { return edge + 2; }  ///< pixels to either side that a line needs
 };
 
 TapTable makeTapTable(float radius);
-
-/// Blurs along one axis with makeTapTable(radius); with `radius` below 1 the result is a copy.
-FloatImage gaussianPass(const FloatImage& source, float radius, Axis axis, WorkerPool* pool);
-FloatPlane gaussianPassPlane(const FloatPlane& source, float radius, Axis axis, WorkerPool* pool);
-
-/// The same for the pixels of `wanted` alone, which must lie inside the source's rectangle and is the
-/// result's.
-FloatImage gaussianPass(const FloatImage& source, float radius, Axis axis, const Rect& wanted,
-                        WorkerPool* pool);
-
-/// Means over 2 * `halfWidth` + 1 pixels of the row, by running sums in 32-bit floats, `times` times over
-/// (at least once). A half width below 1 or an image narrower than 2 gives a copy.
-FloatImage boxPass(const FloatImage& source, int halfWidth, int times, WorkerPool* pool);
-
-/// Both axes by the Gaussian, or the horizontal triple box with `anamorphic`.
-FloatImage blurImage(const FloatImage& source, float radius, bool anamorphic, WorkerPool* pool);
-
-/// The same where nobody looks at more than `wanted`: the result's rectangle holds it and lies inside the
-/// source's. Most of a tile is margin, so this saves half of a Gaussian.
-FloatImage blurImage(const FloatImage& source, float radius, bool anamorphic, const Rect& wanted,
-                     WorkerPool* pool);
-
-/// The same for a plane, but never boxed: with `anamorphic` the horizontal Gaussian alone.
-FloatPlane blurPlane(const FloatPlane& source, float radius, bool anamorphic, WorkerPool* pool);
 
 /// How one pass runs along its axis. A line is what it works on: the pixels of the axis from `begin` -
 /// `reach` to `end` + `reach`, with the edge pixels repeated where there are none, each of `step` samples.
 /// That is a padded row of the image, or a strip of its columns, whose rows are the pixels then.
 struct LinePlan {
-    struct Range {
-        int first, end;
-    };
-
     TapTable table;
     int begin, end;              // the pixels that are blurred
     int insideBegin, insideEnd;  // of them, those whose reads have the table's fractions
@@ -75,9 +54,11 @@ struct LinePlan {
     int minusLines[kMaxTaps], plusLines[kMaxTaps];  // of each tap, as indices of `fractions`
     std::vector<float> edgeFractions;  // for each tap those of the minus reads at either end, then plus
 
-    Range own;  // the pixels of the axis that a line has, not repeated ones, as indices of the line's pixels
+    Span own;  // the pixels of the axis that a line has, not repeated ones, as indices of the line's pixels
 
-    int firstOwn() const { return begin - reach + own.first; }  // their first, as a pixel of the axis
+    /// Whether no pixel of a line is a repeated one.
+    bool isWhole() const { return own.begin == 0 && own.end == end - begin + 2 * reach; }
+    int firstOwn() const { return begin - reach + own.begin; }  // their first, as a pixel of the axis
     int edgeCount() const { return end - begin - (insideEnd - insideBegin); }
     const float* edgeFractionsOf(int tap, bool isPlus) const {
         return edgeFractions.data() + static_cast<std::size_t>((tap * 2 + (isPlus ? 1 : 0)) * edgeCount());
@@ -91,23 +72,71 @@ struct LinePlan {
 /// What a thread needs beside a line; grows once.
 struct LineScratch {
     std::vector<float> line, lerped, blurred;
+    std::vector<float> sums, boxed;
 
     float* lineOf(const LinePlan& plan, int step);
 };
 
-/// The horizontal Gaussian of single rows, for passes that blur a row while it is in the cache: what
-/// gaussianPass makes of the columns `begin` up to `end` of rows of `width` RGB pixels.
+/// The horizontal Gaussian of single rows, for passes that blur a row while it is in the cache: the columns
+/// `begin` up to `end` of rows of `width` pixels of `channels` samples.
 struct RowBlur {
     LinePlan plan;
     std::vector<float> fractions;  ///< of the edges, one for each sample
+    int channels;
 };
 
-RowBlur makeRowBlur(float radius, int width, int begin, int end);
+RowBlur makeRowBlur(float radius, int width, int begin, int end, int channels = 3);
 void blurRow(const RowBlur& blur, const float* row, LineScratch& scratch, float* out);
 
 /// Rows `begin` up to `end` of the vertical Gaussian over rows of `count` samples at the addresses `rows`,
-/// to `out` without gaps. On the calling thread.
+/// to `out` without gaps. Rows beyond the reach of the wanted ones may be null.
 void blurAcrossRows(float radius, const std::vector<const float*>& rows, int begin, int end, int count,
                     float* out);
+
+/// Either blur along rows of RGB.
+struct AlongBlur {
+    RowBlur gaussian;
+    int boxHalfWidth = 0;  ///< 0: the Gaussian
+    int width;
+    Span wanted;
+    Span reads;      ///< the columns of a row that matter
+    int boxEnds[2];  ///< up to where the first and the second box are needed
+};
+
+constexpr int kRowGroup = kBoxRows;  ///< rows that are best blurred together
+
+/// The columns `begin` up to `end` of rows of `width` pixels; with `anamorphic` the triple box.
+AlongBlur makeAlongBlur(float radius, bool anamorphic, int width, int begin, int end);
+
+/// Up to kRowGroup rows, `rowLength` samples apart, to rows of the wanted columns, `outLength` apart.
+void blurAlong(const AlongBlur& blur, const float* rows, int rowCount, std::size_t rowLength,
+               LineScratch& scratch, float* out, std::size_t outLength);
+
+/// The pixels of `axis` that its Gaussian reads for `wanted`.
+Span gaussianReads(float radius, Span axis, Span wanted);
+
+/// An image that was blurred along its rows, and is blurred across them a part at a time. It keeps its memory
+/// from tile to tile.
+template <class Image>
+class AcrossBlur {
+  public:
+    /// Begins an image whose axis has the rows `axis` of its plane, of which those of `wanted` are asked for,
+    /// in the columns `columns`. With `anamorphic` nothing is blurred across.
+    void begin(float radius, bool anamorphic, Span axis, Span wanted, Span columns);
+
+    /// The rows that have to be filled, and the columns.
+    const Rect& held() const { return image.rect; }
+    float* row(int y) { return image.row(y - image.rect.y0); }
+    std::size_t rowLength() const { return image.rowLength(); }
+
+    /// The result over `wanted`, to `out` without gaps.
+    void make(const Rect& wanted, float* out) const;
+
+  private:
+    float radius = 0.0f;
+    bool isAcross = false;
+    int axisBegin = 0, axisEnd = 0;
+    Image image;
+};
 
 }  // namespace veil

@@ -1,9 +1,10 @@
 #include "engine/boost.h"
 
-#include "engine/blur.h"
 #include "engine/geometry.h"
 #include "engine/kernels/rows.h"
-#include "engine/resample.h"
+
+#include <algorithm>
+#include <cmath>
 
 namespace veil {
 
@@ -11,54 +12,154 @@ namespace {
 
 constexpr int kHalf = 2;  // factor between the working plane and the half plane
 
-FloatPlane coreMaskPass(const FloatImage& halfBase, WorkerPool* pool) {
-    FloatPlane mask(halfBase.rect);
-    runRows(pool, 0, mask.height(), [&](int first, int end) {
-        for (int y = first; y < end; ++y) coreMaskRow(halfBase.row(y), mask.row(y), mask.width());
-    });
-    return mask;
+Span columnsOf(const Rect& r) { return {r.x0, r.x1}; }
+Span rowsOf(const Rect& r) { return {r.y0, r.y1}; }
+
+// The pixels of `plane` that both blurs read for `wanted`.
+Rect blurReads(float radius, bool isStreak, const Rect& plane, const Rect& wanted) {
+    const Span x = gaussianReads(radius, columnsOf(plane), columnsOf(wanted));
+    const Span y = isStreak ? rowsOf(wanted) : gaussianReads(radius, rowsOf(plane), rowsOf(wanted));
+    return {x.begin, y.begin, x.end, y.end};
 }
 
-struct Rim {
-    FloatImage color;
-    FloatPlane weight;
+template <class Image>
+std::vector<float> bufferFor(const Rect& r) {
+    return std::vector<float>(static_cast<std::size_t>(r.width()) * static_cast<std::size_t>(r.height()) *
+                              Image::kChannels);
+}
+
+// A part of an image that was blurred across, and the rows of its enlargement.
+template <class Image>
+struct EnlargedPart {
+    std::vector<float> samples, row;
+    BilinearRows<Image> rows;
+
+    EnlargedPart(const AcrossBlur<Image>& blur, const BilinearPlan& enlargement, const Rect& part)
+        : samples(bufferFor<Image>(part)),
+          row(static_cast<std::size_t>(enlargement.target.width()) * Image::kChannels),
+          rows(enlargement, samples.data(), part) {
+        blur.make(part, samples.data());
+    }
+
+    const float* at(int y) {
+        rows.make(y, row.data());
+        return row.data();
+    }
 };
-
-Rim rimPass(const FloatImage& halfBase, const FloatPlane& coreBlur, WorkerPool* pool) {
-    Rim rim{FloatImage(halfBase.rect), FloatPlane(halfBase.rect)};
-    runRows(pool, 0, halfBase.height(), [&](int first, int end) {
-        for (int y = first; y < end; ++y)
-            rimRow(halfBase.row(y), coreBlur.row(y), rim.color.row(y), rim.weight.row(y), halfBase.width());
-    });
-    return rim;
-}
 
 }  // namespace
 
-void boostHighlights(const FloatImage& base, const FloatImage& wideBlur, FloatImage& bright,
-                     const RenderSettings& settings, WorkerPool* pool) {
-    const Rect& work = base.rect;
-    const bool streak = settings.anamorphic;
-    const float radius =
-        workingRadius(settings) * 0.5f;  // spans on the half plane what the bloom spans on this
+bool boostsLitOnly(const RenderSettings& settings) {
+    return std::isfinite(settings.highlightBoost) && std::isfinite(settings.wideScale);
+}
 
-    const FloatImage halfBase = reduceByFactor(base, kHalf, pool);
-    const FloatImage surround = enlargeByFactor(blurImage(halfBase, radius, streak, pool), work, kHalf, pool);
-    const FloatPlane coreBlur = blurPlane(coreMaskPass(halfBase, pool), radius, streak, pool);
-    const FloatPlane coreSpread = enlargePlaneByFactor(coreBlur, work, kHalf, pool);
-    const Rim rim = rimPass(halfBase, coreBlur, pool);
-    const FloatImage rimColor =
-        enlargeByFactor(blurImage(rim.color, radius, streak, pool), work, kHalf, pool);
-    const FloatPlane rimWeight =
-        enlargePlaneByFactor(blurPlane(rim.weight, radius, streak, pool), work, kHalf, pool);
+void HighlightBoost::plan(const Rect& work, const Rect& lit, const RenderSettings& settings) {
+    isStreak = settings.anamorphic;
+    radius = workingRadius(settings) * 0.5f;  // spans on the half plane what the bloom spans on the other
+    half = reducedRect(work, kHalf);
+    enlargement = planEnlargement(half, lit, kHalf);
+    const Rect& spread = enlargement.reads;
+    rimRect = blurReads(radius, isStreak, half, spread);
+    Rect reduced = blurReads(radius, isStreak, half, rimRect);
+    if (isStreak) {
+        // A box sums whole rows.
+        rimRect.x0 = reduced.x0 = half.x0;
+        rimRect.x1 = reduced.x1 = half.x1;
+    }
+    reduction = planReduction(work, reduced, kHalf);
+    halfBase.reshape({half.x0, reduced.y0, half.x1, reduced.y1});
+    coreBlur.reshape(rimRect);
+    core.begin(radius, isStreak, rowsOf(half), rowsOf(rimRect), columnsOf(rimRect));
+    surround.begin(radius, isStreak, rowsOf(half), rowsOf(spread), columnsOf(spread));
+    rimColor.begin(radius, isStreak, rowsOf(half), rowsOf(spread), columnsOf(spread));
+    rimWeight.begin(radius, isStreak, rowsOf(half), rowsOf(spread), columnsOf(spread));
+    boosted.reshape(lit);
+}
 
-    runRows(pool, 0, bright.height(), [&](int first, int end) {
-        for (int y = first; y < end; ++y) {
-            const BoostRows rows{base.row(y),     surround.row(y),   wideBlur.row(y),
-                                 rimColor.row(y), coreSpread.row(y), rimWeight.row(y)};
-            boostRow(rows, settings.highlightBoost, bright.row(y), bright.width());
+// The half plane, and along its rows the blurs of itself and of the mask of blown-out cores.
+void HighlightBoost::reduceAndMask(const FloatImage& base, int first, int end) {
+    const Rect &reduced = reduction.target, &spread = surround.held(), &masked = core.held();
+    BilinearRows<FloatImage> rows(reduction, base.row(0), base.rect);
+    const AlongBlur along =
+        makeAlongBlur(radius, isStreak, half.width(), spread.x0 - half.x0, spread.x1 - half.x0);
+    const RowBlur alongMask =
+        makeRowBlur(radius, half.width(), masked.x0 - half.x0, masked.x1 - half.x0, FloatPlane::kChannels);
+    const int firstColumn = reduced.x0 - half.x0;
+    std::vector<float> mask(static_cast<std::size_t>(half.width()));
+    LineScratch scratch;
+    for (int y = first; y < end; ++y) {
+        float* row = halfBase.row(y - reduced.y0) + firstColumn * 3;
+        rows.make(y, row);
+        coreMaskRow(row, mask.data() + firstColumn, reduced.width());
+        blurRow(alongMask, mask.data(), scratch, core.row(y));
+    }
+    first = std::max(first, spread.y0);
+    end = std::min(end, spread.y1);
+    for (int y = first; y < end; y += kRowGroup)
+        blurAlong(along, halfBase.row(y - reduced.y0), std::min(kRowGroup, end - y), halfBase.rowLength(),
+                  scratch, surround.row(y), surround.rowLength());
+}
+
+// The rims near the cores, blurred along rows.
+void HighlightBoost::findRims(int first, int end) {
+    const Rect& spread = rimColor.held();
+    core.make({rimRect.x0, first, rimRect.x1, end}, coreBlur.row(first - rimRect.y0));
+    const AlongBlur alongColor =
+        makeAlongBlur(radius, isStreak, half.width(), spread.x0 - half.x0, spread.x1 - half.x0);
+    const RowBlur alongWeight =
+        makeRowBlur(radius, half.width(), spread.x0 - half.x0, spread.x1 - half.x0, FloatPlane::kChannels);
+    const auto width = static_cast<std::size_t>(half.width());
+    const std::ptrdiff_t firstColumn = rimRect.x0 - half.x0;
+    std::vector<float> colors(width * 3 * kRowGroup), weights(width);
+    LineScratch scratch;
+    for (int y = first; y < end; y += kRowGroup) {
+        const int rows = std::min(kRowGroup, end - y);
+        for (int k = 0; k < rows; ++k) {
+            const float* base = halfBase.row(y + k - halfBase.rect.y0) + firstColumn * 3;
+            rimRow(base, coreBlur.row(y + k - rimRect.y0),
+                   colors.data() + static_cast<std::size_t>(k) * width * 3 + firstColumn * 3,
+                   weights.data() + firstColumn, rimRect.width());
+            blurRow(alongWeight, weights.data(), scratch, rimWeight.row(y + k));
         }
-    });
+        blurAlong(alongColor, colors.data(), rows, width * 3, scratch, rimColor.row(y), rimColor.rowLength());
+    }
+}
+
+void HighlightBoost::boost(const FloatImage& base, const AcrossBlur<FloatImage>& wideBlur,
+                           const RenderSettings& settings, int first, int end) {
+    const Rect &lit = boosted.rect, &reads = enlargement.reads;
+    const auto readAt = [&](int y) { return enlargement.rows[static_cast<std::size_t>(y - lit.y0)]; };
+    const Rect part{reads.x0, reads.y0 + readAt(first).low, reads.x1, reads.y0 + readAt(end - 1).high + 1};
+    EnlargedPart<FloatImage> around(surround, enlargement, part), rim(rimColor, enlargement, part);
+    EnlargedPart<FloatPlane> weight(rimWeight, enlargement, part);
+    BilinearRows<FloatPlane> coreSpread(enlargement, coreBlur.row(0), rimRect);
+    std::vector<float> coreRow(static_cast<std::size_t>(lit.width()));
+    const Rect slice{lit.x0, first, lit.x1, end};
+    std::vector<float> wide = bufferFor<FloatImage>(slice);
+    wideBlur.make(slice, wide.data());
+    for (int y = first; y < end; ++y) {
+        const float* baseRow = base.row(y - base.rect.y0) + (lit.x0 - base.rect.x0) * 3;
+        coreSpread.make(y, coreRow.data());
+        const BoostRows rows{baseRow,
+                             around.at(y),
+                             wide.data() + static_cast<std::size_t>(y - first) * boosted.rowLength(),
+                             rim.at(y),
+                             coreRow.data(),
+                             weight.at(y)};
+        float* bright = boosted.row(y - lit.y0);
+        thresholdRow(baseRow, settings.threshold, bright, lit.width());
+        boostRow(rows, settings.highlightBoost, bright, lit.width());
+    }
+}
+
+const FloatImage& HighlightBoost::make(const FloatImage& base, const AcrossBlur<FloatImage>& wideBlur,
+                                       const Rect& lit, const RenderSettings& settings, WorkerPool* pool) {
+    plan(base.rect, lit, settings);
+    runRows(pool, reduction.target.y0, reduction.target.y1,
+            [&](int first, int end) { reduceAndMask(base, first, end); });
+    runRows(pool, rimRect.y0, rimRect.y1, [&](int first, int end) { findRims(first, end); });
+    runRows(pool, lit.y0, lit.y1, [&](int first, int end) { boost(base, wideBlur, settings, first, end); });
+    return boosted;
 }
 
 }  // namespace veil

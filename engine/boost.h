@@ -2,15 +2,43 @@
 
 // The halo boost: small blown-out lights grow brighter, and their clipped cores take the colour of their rim.
 
+#include "engine/blur.h"
 #include "engine/image.h"
+#include "engine/resample.h"
 #include "engine/settings.h"
 #include "engine/worker_pool.h"
 
 namespace veil {
 
-/// Rewrites `bright` in place. All images lie over the same rectangle of the working plane: `base` is the
-/// averaged picture, `bright` what blooms, `wideBlur` the blurred `base`. Throws std::bad_alloc only.
-void boostHighlights(const FloatImage& base, const FloatImage& wideBlur, FloatImage& bright,
-                     const RenderSettings& settings, WorkerPool* pool);
+/// Whether litSpan finds all that a boost of `settings` changes, which it does where they are numbers.
+bool boostsLitOnly(const RenderSettings& settings);
+
+/// For tile after tile of one image in one setting; it keeps its buffers.
+class HighlightBoost {
+  public:
+    /// What blooms over `lit`, which must lie inside `base` and not be empty: the bright parts of `base`, the
+    /// averaged picture over a tile's working rectangle, boosted. `wideBlur` must have been filled for `lit`.
+    /// On `pool`, or on the calling thread if it is null. Throws std::bad_alloc only.
+    const FloatImage& make(const FloatImage& base, const AcrossBlur<FloatImage>& wideBlur, const Rect& lit,
+                           const RenderSettings& settings, WorkerPool* pool);
+
+  private:
+    void plan(const Rect& work, const Rect& lit, const RenderSettings& settings);
+    void reduceAndMask(const FloatImage& base, int first, int end);
+    void findRims(int first, int end);
+    void boost(const FloatImage& base, const AcrossBlur<FloatImage>& wideBlur, const RenderSettings& settings,
+               int first, int end);
+
+    float radius = 0.0f;
+    bool isStreak = false;
+    BilinearPlan reduction, enlargement;
+    Rect half;            // the half plane's rectangle of the tile
+    Rect rimRect;         // where the rims are looked for: all that reaches what the enlargement reads
+    FloatImage halfBase;  // in rows as long as those of `half`; only the reduction's columns are filled
+    FloatPlane coreBlur;  // over rimRect
+    AcrossBlur<FloatImage> surround, rimColor;
+    AcrossBlur<FloatPlane> core, rimWeight;
+    FloatImage boosted;
+};
 
 }  // namespace veil

@@ -1,10 +1,16 @@
 #pragma once
 
-// From the averaged picture to the glow on the working plane, where one Gaussian does not do.
+// The full route: the glow on the working plane where one Gaussian does not do, because the thin haze is
+// blurred further than the lights, lights are boosted, or it is a streak.
 
-#include "engine/image.h"
+#include <optional>
+#include <vector>
+
+#include "engine/averaged_window.h"
+#include "engine/blur.h"
+#include "engine/boost.h"
+#include "engine/composition.h"
 #include "engine/settings.h"
-#include "engine/worker_pool.h"
 
 namespace veil {
 
@@ -12,13 +18,35 @@ namespace veil {
 /// and linear, so the fog can be a floor under the threshold weight and only rounding differs.
 bool isFolded(const RenderSettings& settings);
 
-/// The glow, before saturation, tint and strength, over a rectangle inside that of `averaged` that holds
-/// `visible`. If the blurs are folded, threshold and fog have been applied to `averaged`.
-FloatImage makeGlow(const FloatImage& averaged, const Rect& visible, const RenderSettings& settings,
-                    WorkerPool* pool);
+/// For the tiles of one image in one setting, in any order; it keeps its buffers, and of the averaged picture
+/// what the next tile of a row needs.
+class GlowMaker {
+  public:
+    /// The image pixels that the next call of make reads from a tile's source.
+    Rect reads(const Rect& work, const Rect& sourceRect, const PlaneSizes& sizes) const;
 
-/// (1 - fog) * narrow + fog * wide over `target`, which must lie inside both.
-FloatImage veilMix(const FloatImage& narrow, const FloatImage& wide, float fog, const Rect& target,
-                   WorkerPool* pool);
+    /// The glow, before saturation, tint and strength, over `visible`, made from the pixels of `work`. The
+    /// result reads from this object, until the next call. Throws std::bad_alloc and what the source throws;
+    /// the next tile comes out right all the same.
+    GlowRows make(const Rect& work, const Rect& visible, const SourceRows& source, const PlaneSizes& sizes,
+                  const RenderSettings& settings, WorkerPool* pool);
+
+  private:
+    struct Route;
+
+    const FloatImage& average(const Route& route, const SourceRows& source, const PlaneSizes& sizes,
+                              WorkerPool* pool);
+    Rect litRect(const Route& route) const;
+    void blurWide(const AlongBlur& blur, const FloatImage& averaged, Span rows, LineScratch& scratch);
+    void blurNarrow(const Route& route, const AlongBlur& blur, const FloatImage& averaged, Span rows,
+                    LineScratch& scratch, std::vector<float>& bright);
+    const float* mix(const Route& route, const Rect& wanted, std::vector<float>& scratch) const;
+
+    AveragedWindow window;
+    AcrossBlur<FloatImage> narrow, wide;
+    HighlightBoost boost;
+    const FloatImage* boosted = nullptr;  // null: nothing of the tile is
+    std::vector<Span> litSpans;           // of each row of `work`, as columns of it
+};
 
 }  // namespace veil

@@ -31,11 +31,13 @@ struct BasicImage {
     explicit BasicImage(const Rect& r)
         : rect(r), pixels(rowLength() * static_cast<std::size_t>(r.height())) {}
 
-    /// Takes another rectangle and keeps the memory if it suffices; the samples hold anything. Throws
-    /// std::bad_alloc, and is as before then.
+    /// Takes another rectangle and keeps the memory, all of it, if it suffices; the samples hold anything.
+    /// Throws std::bad_alloc, and is as before then.
     void reshape(const Rect& r) {
-        pixels.resize(static_cast<std::size_t>(r.width()) * kChannelCount *
-                      static_cast<std::size_t>(r.height()));
+        const std::size_t count =
+            static_cast<std::size_t>(r.width()) * kChannelCount * static_cast<std::size_t>(r.height());
+        // Never smaller: a vector that grows again fills with zeros what nobody reads.
+        if (pixels.size() < count) pixels.resize(count);
         rect = r;
     }
 

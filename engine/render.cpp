@@ -2,8 +2,6 @@
 
 #include "engine/composition.h"
 #include "engine/geometry.h"
-#include "engine/glow.h"
-#include "engine/kernels/rows.h"
 
 #include <algorithm>
 
@@ -29,7 +27,7 @@ TileReads ImageRenderer::reads(const Rect& inputRect, const Rect& outputRect) co
     const Rect work = workingRect(outputRect, sizes.imageWidth, sizes.imageHeight, settings);
     const Rect visible = visibleGlowRect(outputRect, work, sizes.imageWidth, sizes.imageHeight);
     return {isOneGaussian(settings) ? bands.reads(work, visible, inputRect, sizes)
-                                    : window.reads(work, inputRect, sizes),
+                                    : maker.reads(work, inputRect, sizes),
             readsSource(settings) ? standIns(inputRect, outputRect) : Rect{}};
 }
 
@@ -38,21 +36,11 @@ void ImageRenderer::render(const Rect& outputRect, const TileSource& source, con
     if (outputRect.isEmpty()) return;
     const Rect work = workingRect(outputRect, sizes.imageWidth, sizes.imageHeight, settings);
     const Rect visible = visibleGlowRect(outputRect, work, sizes.imageWidth, sizes.imageHeight);
-    const auto compose = [&](const GlowRows& glow) {
-        composeOutput(source.picture, glow, outputRect, sizes.imageWidth, sizes.imageHeight, sizes.workWidth,
-                      sizes.workHeight, settings, output, pool);
-    };
-    if (isOneGaussian(settings)) {
-        compose(bands.make(work, visible, source.averaged, sizes, settings, pool));
-        return;
-    }
-    const RowTransform fold = [&](float* row, int count) {
-        thresholdFogRow(row, settings.threshold, settings.fog, count);
-    };
-    const FloatImage& averaged = window.advance(work, source.averaged, sizes,
-                                                isFolded(settings) ? fold : RowTransform(), nullptr, pool);
-    const FloatImage glow = makeGlow(averaged, visible, settings, pool);
-    compose(glowRows(glow));
+    const GlowRows glow = isOneGaussian(settings)
+                              ? bands.make(work, visible, source.averaged, sizes, settings, pool)
+                              : maker.make(work, visible, source.averaged, sizes, settings, pool);
+    composeOutput(source.picture, glow, outputRect, sizes.imageWidth, sizes.imageHeight, sizes.workWidth,
+                  sizes.workHeight, settings, output, pool);
 }
 
 void renderVeil(const float* inputPixels, const Rect& inputRect, const Rect& outputRect, int imageWidth,

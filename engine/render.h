@@ -5,7 +5,7 @@
 
 #include <vector>
 
-#include "engine/averaged_window.h"
+#include "engine/glow.h"
 #include "engine/glow_bands.h"
 #include "engine/image.h"
 #include "engine/row_flow.h"
@@ -42,8 +42,8 @@ class ImageRenderer {
   private:
     PlaneSizes sizes;
     RenderSettings settings;
-    GlowBands bands;        // if the glow is one Gaussian
-    AveragedWindow window;  // if not
+    GlowBands bands;  // if the glow is one Gaussian
+    GlowMaker maker;  // if not
 };
 
 /// Renders the pixels of `outputRect`. `inputPixels` are interleaved RGB of `inputRect`, which must hold at

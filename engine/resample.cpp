@@ -19,48 +19,36 @@ std::vector<int> boxCentres(int workFirst, int count, int workSize, int imageSiz
     return centres;
 }
 
-void expandInto(const FloatImage& source, int y, const BilinearColumn* columns, float* out, int pixels) {
-    expandRow(source.row(y), columns, out, pixels);
+void expandInto(const BilinearPlan& plan, const float* row, float* out, const FloatImage*) {
+    expandRow(row, plan.columns.data(), out, plan.target.width());
 }
-void expandInto(const FloatPlane& source, int y, const BilinearColumn* columns, float* out, int pixels) {
-    expandPlaneRow(source.row(y), columns, out, pixels);
+void expandInto(const BilinearPlan& plan, const float* row, float* out, const FloatPlane*) {
+    expandPlaneRow(row, plan.planeColumns.data(), out, plan.target.width());
 }
 
-// Bilinear reads of `source` over `target`; the two callables give the source position, local to its buffer,
-// of a column or row of the target plane.
-template <class Image, class MapX, class MapY>
-Image resampleBilinear(const Image& source, const Rect& target, MapX mapX, MapY mapY, WorkerPool* pool) {
-    Image result(target);
-    if (target.isEmpty() || source.rect.isEmpty()) return result;
-    std::vector<BilinearColumn> columns(static_cast<std::size_t>(target.width()));
-    for (int j = 0; j < target.width(); ++j) {
-        const LinearRead read = linearRead(mapX(target.x0 + j), source.width());
-        columns[static_cast<std::size_t>(j)] = {read.low * Image::kChannels, read.high * Image::kChannels,
-                                                read.fraction};
+// `map` gives the source position of a pixel of the target's plane, local to a source that begins at its
+// second argument.
+template <class Map>
+BilinearPlan planBilinear(const Rect& source, const Rect& target, Map map) {
+    BilinearPlan plan;
+    if (target.isEmpty() || source.isEmpty()) return plan;
+    plan.target = target;
+    const auto readX = [&](int x) { return linearRead(map(x, source.x0), source.width()); };
+    const auto readY = [&](int y) { return linearRead(map(y, source.y0), source.height()); };
+    // Positions ascend.
+    const int left = readX(target.x0).low, top = readY(target.y0).low;
+    plan.reads = {source.x0 + left, source.y0 + top, source.x0 + readX(target.x1 - 1).high + 1,
+                  source.y0 + readY(target.y1 - 1).high + 1};
+    for (int x = target.x0; x < target.x1; ++x) {
+        const LinearRead read = readX(x);
+        plan.planeColumns.push_back({read.low - left, read.high - left, read.fraction});
+        plan.columns.push_back({(read.low - left) * 3, (read.high - left) * 3, read.fraction});
     }
-    runRows(pool, 0, target.height(), [&](int first, int end) {
-        const std::size_t length = result.rowLength();
-        std::vector<float> scratch(length * 2);
-        for (int i = first; i < end; ++i) {
-            const LinearRead read = linearRead(mapY(target.y0 + i), source.height());
-            expandInto(source, read.low, columns.data(), scratch.data(), target.width());
-            expandInto(source, read.high, columns.data(), scratch.data() + length, target.width());
-            lerpRows(scratch.data(), scratch.data() + length, read.fraction, result.row(i),
-                     static_cast<int>(length));
-        }
-    });
-    return result;
-}
-
-template <class Image>
-Image enlarge(const Image& source, const Rect& target, int factor, WorkerPool* pool) {
-    const float f = static_cast<float>(factor);
-    const auto map = [f](int p, int sourceFirst) {
-        return (static_cast<float>(p) + 0.5f) / f - 0.5f - static_cast<float>(sourceFirst);
-    };
-    return resampleBilinear(
-        source, target, [&](int x) { return map(x, source.rect.x0); },
-        [&](int y) { return map(y, source.rect.y0); }, pool);
+    for (int y = target.y0; y < target.y1; ++y) {
+        const LinearRead read = readY(y);
+        plan.rows.push_back({read.low - top, read.high - top, read.fraction});
+    }
+    return plan;
 }
 
 }  // namespace
@@ -124,25 +112,58 @@ void BoxRows::average(int i, float* out) {
                   width - plan.insideEnd);
 }
 
-FloatImage reduceByFactor(const FloatImage& source, int factor, WorkerPool* pool) {
+Rect reducedRect(const Rect& from, int factor) {
     const float f = static_cast<float>(factor);
     const auto reduced = [f](int p) { return (static_cast<float>(p) + 0.5f) / f - 0.5f; };
-    const Rect& from = source.rect;
-    const Rect target{floorToInt(reduced(from.x0)) - 1, floorToInt(reduced(from.y0)) - 1,
-                      ceilToInt(reduced(from.x1 - 1)) + 2, ceilToInt(reduced(from.y1 - 1)) + 2};
-    const auto map = [f](int p, int sourceFirst) {
+    return {floorToInt(reduced(from.x0)) - 1, floorToInt(reduced(from.y0)) - 1,
+            ceilToInt(reduced(from.x1 - 1)) + 2, ceilToInt(reduced(from.y1 - 1)) + 2};
+}
+
+BilinearPlan planReduction(const Rect& source, const Rect& target, int factor) {
+    const float f = static_cast<float>(factor);
+    return planBilinear(source, target, [f](int p, int sourceFirst) {
         return (static_cast<float>(p) + 0.5f) * f - 0.5f - static_cast<float>(sourceFirst);
-    };
-    return resampleBilinear(
-        source, target, [&](int x) { return map(x, from.x0); }, [&](int y) { return map(y, from.y0); }, pool);
+    });
 }
 
-FloatImage enlargeByFactor(const FloatImage& source, const Rect& target, int factor, WorkerPool* pool) {
-    return enlarge(source, target, factor, pool);
+BilinearPlan planEnlargement(const Rect& source, const Rect& target, int factor) {
+    const float f = static_cast<float>(factor);
+    return planBilinear(source, target, [f](int p, int sourceFirst) {
+        return (static_cast<float>(p) + 0.5f) / f - 0.5f - static_cast<float>(sourceFirst);
+    });
 }
 
-FloatPlane enlargePlaneByFactor(const FloatPlane& source, const Rect& target, int factor, WorkerPool* pool) {
-    return enlarge(source, target, factor, pool);
+template <class Image>
+BilinearRows<Image>::BilinearRows(const BilinearPlan& bilinear, const float* heldSamples,
+                                  const Rect& heldRect)
+    : plan(bilinear),
+      held(heldSamples + (bilinear.reads.x0 - heldRect.x0) * Image::kChannels),
+      rowLength(static_cast<std::ptrdiff_t>(heldRect.width()) * Image::kChannels),
+      firstRow(bilinear.reads.y0 - heldRect.y0) {
+    for (auto& buffer : buffers)
+        buffer.resize(static_cast<std::size_t>(plan.target.width()) * Image::kChannels);
 }
+
+template <class Image>
+const float* BilinearRows<Image>::expanded(int row, int keep) {
+    for (int slot = 0; slot < 2; ++slot)
+        if (heldRows[slot] == row) return buffers[slot].data();
+    const int slot = heldRows[0] == keep ? 1 : 0;
+    heldRows[slot] = row;
+    expandInto(plan, held + (firstRow + row) * rowLength, buffers[slot].data(),
+               static_cast<const Image*>(nullptr));
+    return buffers[slot].data();
+}
+
+template <class Image>
+void BilinearRows<Image>::make(int y, float* out) {
+    const LinearRead& read = plan.rows[static_cast<std::size_t>(y - plan.target.y0)];
+    const float* low = expanded(read.low, read.high);
+    const float* high = expanded(read.high, read.low);
+    lerpRows(low, high, read.fraction, out, static_cast<int>(buffers[0].size()));
+}
+
+template class BilinearRows<FloatImage>;
+template class BilinearRows<FloatPlane>;
 
 }  // namespace veil

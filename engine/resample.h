@@ -1,16 +1,15 @@
 #pragma once
 
 // Changes of size between the image plane, the working plane and the half plane. Reads outside an image
-// repeat its edge pixel. All run on `pool`, or on the calling thread if it is null, and throw std::bad_alloc
-// only.
+// repeat its edge pixel. All work on the calling thread, row by row, and throw std::bad_alloc only.
 
-#include <functional>
-
+#include <cstddef>
 #include <vector>
 
 #include "engine/image.h"
+#include "engine/kernels/kernel_table.h"
+#include "engine/linear_read.h"
 #include "engine/row_flow.h"
-#include "engine/worker_pool.h"
 
 namespace veil {
 
@@ -52,12 +51,42 @@ class BoxRows {
     int held[kHeight] = {-1, -1, -1, -1, -1};  // source row y stands at y % kHeight
 };
 
-/// Bilinear reduction by an integer factor; the result's rectangle sticks out beyond the source's by a pixel
-/// or two.
-FloatImage reduceByFactor(const FloatImage& source, int factor, WorkerPool* pool);
+/// Bilinear reads of one plane for the pixels of `target` in another, whose sides are in the ratio of an
+/// integer. Only the part `reads` of the source is read.
+struct BilinearPlan {
+    Rect target;
+    Rect reads;
+    std::vector<BilinearColumn> columns;       ///< of RGB, from the first pixel of `reads` on
+    std::vector<BilinearColumn> planeColumns;  ///< the same of a plane
+    std::vector<LinearRead> rows;              ///< from the first row of `reads` on
+};
 
-/// Bilinear enlargement by an integer factor, over `target`.
-FloatImage enlargeByFactor(const FloatImage& source, const Rect& target, int factor, WorkerPool* pool);
-FloatPlane enlargePlaneByFactor(const FloatPlane& source, const Rect& target, int factor, WorkerPool* pool);
+/// The rectangle of the plane that is smaller by `factor`; it sticks out beyond `source` by a pixel or two.
+Rect reducedRect(const Rect& source, int factor);
+/// The reads that reduce an image over `source`, whose edge pixels repeat.
+BilinearPlan planReduction(const Rect& source, const Rect& target, int factor);
+/// The same for an enlargement.
+BilinearPlan planEnlargement(const Rect& source, const Rect& target, int factor);
+
+/// Makes row after row of a plan, for one slice of a job. `held` are the samples of a rectangle that
+/// holds what the slice reads; rows that were expanded serve the next row too.
+template <class Image>
+class BilinearRows {
+  public:
+    BilinearRows(const BilinearPlan& plan, const float* held, const Rect& heldRect);
+
+    /// Row `y` of the target's plane.
+    void make(int y, float* out);
+
+  private:
+    const float* expanded(int row, int keep);
+
+    const BilinearPlan& plan;
+    const float* held;  // its first row, at the first column of plan.reads
+    std::ptrdiff_t rowLength;
+    int firstRow;  // of plan.reads, in `held`; negative where a slice holds the rows further down only
+    int heldRows[2] = {-1, -1};
+    std::vector<float> buffers[2];
+};
 
 }  // namespace veil

@@ -68,35 +68,44 @@ static void edgeRow(const float* centre, const EdgeReads* taps, int tapCount, in
 
 // Each sum waits for the one before, so a few rows are summed side by side, and the channels of a pixel in
 // one vector. Its fourth lane adds up the sample behind the pixel, and is overwritten by the next pixel.
-static void boxBlurRows(const float* rows, int rowCount, int rowLength, int pixels, int halfWidth,
-                        float* sums, float* out) {
-    const int sumsLength = (pixels + 2 * halfWidth + 1) * 3 + 1;
+static void boxBlurRows(const BoxSource& source, int pixels, int halfWidth, int begin, int end, float* sums,
+                        float* out, int outLength) {
+    const int span = 2 * halfWidth + 1, length = end + span - 1;
+    const int sumsLength = (length + 1) * 3 + 1;
+    const int lastPixel = halfWidth + pixels - 1, inside = length < lastPixel ? length : lastPixel;
     const float* in[kBoxRows];
     float* next[kBoxRows];
-    Quad total[kBoxRows], first[kBoxRows], last[kBoxRows];
+    Quad total[kBoxRows], edge[kBoxRows];
     for (int k = 0; k < kBoxRows; ++k) {
-        in[k] = rows + (k < rowCount ? k : rowCount - 1) * rowLength;
+        in[k] = source.rows + (k < source.rowCount ? k : source.rowCount - 1) * source.rowLength;
         next[k] = sums + k * sumsLength;
-        const float* end = in[k] + (pixels - 1) * 3;
-        first[k] = Quad{in[k][0], in[k][1], in[k][2], 0.0f};
-        last[k] = Quad{end[0], end[1], end[2], 0.0f};
+        edge[k] = Quad{in[k][0], in[k][1], in[k][2], 0.0f};
         total[k] = Quad{};
         storeQuad(next[k], total[k]);
+        next[k] += 3;
     }
-    const int length = pixels + 2 * halfWidth, lastPixel = halfWidth + pixels - 1;
-    for (int i = 0; i < length; ++i) {
-        const int x = i - halfWidth;
+    const auto add = [&](int k, int i, Quad pixel) VEIL_ALWAYS_INLINE {
+        total[k] += pixel;
+        storeQuad(next[k] + i * 3, total[k]);
+    };
+    int i = 0;
+    for (; i < halfWidth && i < inside; ++i)
+        for (int k = 0; k < kBoxRows; ++k) add(k, i, edge[k]);
+    for (; i < inside; ++i)
+        for (int k = 0; k < kBoxRows; ++k) add(k, i, loadQuad(in[k] + (i - halfWidth) * 3));
+    if (i < length) {
         for (int k = 0; k < kBoxRows; ++k) {
-            total[k] += i < halfWidth ? first[k] : i >= lastPixel ? last[k] : loadQuad(in[k] + x * 3);
-            storeQuad(next[k] + (i + 1) * 3, total[k]);
+            const float* last = in[k] + (pixels - 1) * 3;
+            edge[k] = Quad{last[0], last[1], last[2], 0.0f};
         }
+        for (; i < length; ++i)
+            for (int k = 0; k < kBoxRows; ++k) add(k, i, edge[k]);
     }
-    const int span = 2 * halfWidth + 1;
     const float inverse = 1.0f / static_cast<float>(span);
-    for (int k = 0; k < rowCount; ++k) {
-        const float *behind = sums + k * sumsLength, *ahead = behind + span * 3;
-        float* to = out + k * rowLength;
-        for (int i = 0; i < pixels * 3; ++i) to[i] = (ahead[i] - behind[i]) * inverse;
+    for (int k = 0; k < source.rowCount; ++k) {
+        const float *behind = sums + k * sumsLength + begin * 3, *ahead = behind + span * 3;
+        float* to = out + k * outLength;
+        for (int j = 0; j < (end - begin) * 3; ++j) to[j] = (ahead[j] - behind[j]) * inverse;
     }
 }
 

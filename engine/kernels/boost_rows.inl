@@ -2,6 +2,34 @@
 
 namespace veil {
 
+static constexpr float kLitLuma = 0.9f;  // up to here the knee is 0 and the boost changes nothing
+
+// A bit for each lane above the luma, or not a number.
+VEIL_ALWAYS_INLINE static inline unsigned litLanes(Floats l) {
+    const Ints isLit = ~(l <= kLitLuma);
+#if defined(__AVX512F__)
+    return _mm512_movepi32_mask(reinterpret_cast<__m512i>(isLit));
+#elif defined(__AVX2__)
+    return static_cast<unsigned>(_mm256_movemask_ps(reinterpret_cast<__m256>(isLit)));
+#else
+    unsigned bits = 0;
+    for (int i = 0; i < kLanes; ++i) bits |= isLit[i] ? 1u << i : 0u;
+    return bits;
+#endif
+}
+
+static void litSpan(const float* base, int pixels, int* begin, int* end) {
+    int first = pixels, last = -1;
+    forLanes(pixels, [&](int i, int n) VEIL_ALWAYS_INLINE {
+        const unsigned lit = litLanes(luma(loadPixels(base + i * 3, n)));
+        if (lit == 0) return;
+        if (last < 0) first = i + __builtin_ctz(lit);
+        last = i + 31 - __builtin_clz(lit);
+    });
+    *begin = last < 0 ? 0 : first;
+    *end = last + 1;
+}
+
 static void coreMaskRow(const float* base, float* mask, int pixels) {
     constexpr float kCoreRange = 0.050000012f;  // 1 - 0.95 in 32-bit floats
     forLanes(pixels, [&](int i, int n) VEIL_ALWAYS_INLINE {
@@ -37,7 +65,7 @@ struct Gain {
 
 VEIL_ALWAYS_INLINE static inline Gain gainOf(Floats base, Floats around, Floats wide, Floats coreSpread,
                                              float highlightBoost) {
-    const Floats knee = smooth(saturate((base - 0.9f) / 0.1f));
+    const Floats knee = smooth(saturate((base - kLitLuma) / 0.1f));
     const Floats isolation = 1.0f - smooth(saturate((around - 0.25f) * 4.0f));
     const Floats nearCore = smooth(saturate((coreSpread - 0.05f) / 0.35f));
     const Floats wideDark = 1.0f - smooth(saturate((wide - 0.25f) * 4.0f));

@@ -28,6 +28,7 @@ const KernelTable VEIL_KERNEL_TABLE = {
     .thresholdRow = thresholdRow,
     .thresholdFogRow = thresholdFogRow,
     .veilMixRow = veilMixRow,
+    .litSpan = litSpan,
     .coreMaskRow = coreMaskRow,
     .rimRow = rimRow,
     .boostRow = boostRow,

@@ -37,6 +37,12 @@ struct EdgeReads {
 
 constexpr int kBoxRows = 4;  // that a box blur sums side by side
 
+/// 1 to kBoxRows rows, `rowLength` samples apart.
+struct BoxSource {
+    const float* rows;
+    int rowCount, rowLength;
+};
+
 /// What the boost reads beside the row that it rewrites.
 struct BoostRows {
     const float *base, *surround, *wideBlur;  // RGB
@@ -85,11 +91,11 @@ struct KernelTable {
                     int count);
     void (*edgeRow)(const float* centre, const EdgeReads* taps, int tapCount, int step, float norm,
                     float* out, int count);
-    /// Means over 2 * halfWidth + 1 pixels by running sums, of 1 to kBoxRows rows, `rowLength` samples apart
-    /// in `rows` and in `out`; may work in place. `sums` holds kBoxRows * ((pixels + 2 * halfWidth + 1) * 3
-    /// + 1) samples.
-    void (*boxBlurRows)(const float* rows, int rowCount, int rowLength, int pixels, int halfWidth,
-                        float* sums, float* out);
+    /// Means over 2 * halfWidth + 1 pixels by running sums: the columns `begin` up to `end` of rows of
+    /// `pixels`, of which those up to end + halfWidth are read, to rows `outLength` samples apart; may work
+    /// in place. `sums` holds kBoxRows * ((end + 2 * halfWidth + 1) * 3 + 1) samples.
+    void (*boxBlurRows)(const BoxSource& source, int pixels, int halfWidth, int begin, int end, float* sums,
+                        float* out, int outLength);
 
     // Tone.
 
@@ -102,11 +108,13 @@ struct KernelTable {
 
     // Highlight boost.
 
+    /// The run of pixels of `base` that holds all those the boost changes, which are those above a luma; an
+    /// empty run is 0 to 0.
+    void (*litSpan)(const float* base, int pixels, int* begin, int* end);
     /// How blown-out each pixel is, 0 to 1.
     void (*coreMaskRow)(const float* base, float* mask, int pixels);
     /// The colour and weight of coloured rims near blown-out areas; `core` is the blurred mask.
     void (*rimRow)(const float* base, const float* core, float* rimColor, float* rimWeight, int pixels);
-
     /// In place: gain and rim colour on the row of what blooms.
     void (*boostRow)(const BoostRows& rows, float highlightBoost, float* bright, int pixels);
 

@@ -41,9 +41,9 @@ inline void edgeRow(const float* centre, const EdgeReads* taps, int tapCount, in
                     float* out, int count) {
     kernels().edgeRow(centre, taps, tapCount, step, norm, out, count);
 }
-inline void boxBlurRows(const float* rows, int rowCount, int rowLength, int pixels, int halfWidth,
-                        float* sums, float* out) {
-    kernels().boxBlurRows(rows, rowCount, rowLength, pixels, halfWidth, sums, out);
+inline void boxBlurRows(const BoxSource& source, int pixels, int halfWidth, int begin, int end, float* sums,
+                        float* out, int outLength) {
+    kernels().boxBlurRows(source, pixels, halfWidth, begin, end, sums, out, outLength);
 }
 inline void thresholdRow(const float* in, float threshold, float* out, int pixels) {
     kernels().thresholdRow(in, threshold, out, pixels);
@@ -53,6 +53,9 @@ inline void thresholdFogRow(float* row, float threshold, float fog, int pixels) 
 }
 inline void veilMixRow(const float* narrow, const float* wide, float fog, float* out, int count) {
     kernels().veilMixRow(narrow, wide, fog, out, count);
+}
+inline void litSpan(const float* base, int pixels, int* begin, int* end) {
+    kernels().litSpan(base, pixels, begin, end);
 }
 inline void coreMaskRow(const float* base, float* mask, int pixels) {
     kernels().coreMaskRow(base, mask, pixels);

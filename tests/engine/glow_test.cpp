@@ -4,8 +4,8 @@
 
 #include <cmath>
 
-#include "engine/boost.h"
 #include "engine/composition.h"
+#include "tests/engine/passes.h"
 #include "tests/engine/pictures.h"
 
 using namespace veil;
@@ -46,7 +46,7 @@ Colour boostedCore(const Colour& surroundings, const Colour& ring) {
     paint(base, {34, 24, 46, 36}, ring);
     paint(base, {38, 28, 42, 32}, {1.0f, 1.0f, 1.0f});
     FloatImage bright = base;
-    boostHighlights(base, wideBlur, bright, {.radius = 80.0f, .highlightBoost = 0.8f}, nullptr);
+    passes::boostHighlights(base, wideBlur, bright, {.radius = 80.0f, .highlightBoost = 0.8f});
     const float* pixel = bright.row(30) + 40 * 3;
     return {pixel[0], pixel[1], pixel[2]};
 }
@@ -119,7 +119,7 @@ TEST_CASE("a picture without a luma above 0.9 passes the boost unchanged") {
     for (float& v : base.pixels) v *= 0.9f;
     const FloatImage before = noiseImage<FloatImage>(kPlane, 2);
     FloatImage bright = before;
-    boostHighlights(base, base, bright, {.radius = 80.0f, .highlightBoost = 5.0f}, nullptr);
+    passes::boostHighlights(base, base, bright, {.radius = 80.0f, .highlightBoost = 5.0f});
     CHECK(bright.pixels == before.pixels);
 }
 
