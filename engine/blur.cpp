@@ -116,13 +116,15 @@ void blurInside(const LinePlan& plan, const float* line, int step, LineScratch& 
     const float* first = centre - table.edge * step;
     float* const lerped =
         alignedIn(scratch.lerped, static_cast<std::size_t>(lerpedCount) * plan.fractions.size());
-    float* nextLine = lerped;
-    for (const float fraction : plan.fractions) {
-        lerpRows(first, first + step, fraction, nextLine, lerpedCount);
-        nextLine += lerpedCount;
+    const float* lines[2 * kMaxTaps];
+    for (std::size_t i = 0; i < plan.fractions.size(); ++i) {
+        float* to = lerped + i * static_cast<std::size_t>(lerpedCount);
+        // A read of a whole pixel is the pixel.
+        if (plan.fractions[i] != 0.0f) lerpRows(first, first + step, plan.fractions[i], to, lerpedCount);
+        lines[i] = plan.fractions[i] != 0.0f ? to : first;
     }
     const auto readOf = [&](int lerpedLine, int offset) {
-        return lerped + static_cast<std::ptrdiff_t>(lerpedLine) * lerpedCount + (table.edge + offset) * step;
+        return lines[lerpedLine] + (table.edge + offset) * step;
     };
     TapPair taps[kMaxTaps];
     for (int k = 0; k < table.count; ++k)
