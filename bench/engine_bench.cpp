@@ -141,7 +141,8 @@ void boost(benchmark::State& state) {
     FloatImage out(base.rect);
     blurBoth(base, 108.0f, false, wide, out, pool.pool);
     HighlightBoost maker;
-    for (auto _ : state) benchmark::DoNotOptimize(maker.make(base, wide, base.rect, settings, &pool.pool));
+    for (auto _ : state)
+        benchmark::DoNotOptimize(maker.make(base, base.rect, wide, base.rect, settings, &pool.pool));
     countWork(state, base.rect, {12 * 4, boostOperations()});
 }
 

@@ -152,9 +152,10 @@ void HighlightBoost::boost(const FloatImage& base, const AcrossBlur<FloatImage>&
     }
 }
 
-const FloatImage& HighlightBoost::make(const FloatImage& base, const AcrossBlur<FloatImage>& wideBlur,
-                                       const Rect& lit, const RenderSettings& settings, WorkerPool* pool) {
-    plan(base.rect, lit, settings);
+const FloatImage& HighlightBoost::make(const FloatImage& base, const Rect& work,
+                                       const AcrossBlur<FloatImage>& wideBlur, const Rect& lit,
+                                       const RenderSettings& settings, WorkerPool* pool) {
+    plan(work, lit, settings);
     runRows(pool, reduction.target.y0, reduction.target.y1,
             [&](int first, int end) { reduceAndMask(base, first, end); });
     runRows(pool, rimRect.y0, rimRect.y1, [&](int first, int end) { findRims(first, end); });

@@ -16,11 +16,11 @@ bool boostsLitOnly(const RenderSettings& settings);
 /// For tile after tile of one image in one setting; it keeps its buffers.
 class HighlightBoost {
   public:
-    /// What blooms over `lit`, which must lie inside `base` and not be empty: the bright parts of `base`, the
-    /// averaged picture over a tile's working rectangle, boosted. `wideBlur` must have been filled for `lit`.
-    /// On `pool`, or on the calling thread if it is null. Throws std::bad_alloc only.
-    const FloatImage& make(const FloatImage& base, const AcrossBlur<FloatImage>& wideBlur, const Rect& lit,
-                           const RenderSettings& settings, WorkerPool* pool);
+    /// What blooms over `lit`, which must lie inside `work` and not be empty: the bright parts of `base`, the
+    /// averaged picture, of which only the working rectangle `work` counts, boosted. `wideBlur` must have
+    /// been filled for `lit`. On `pool`, or on the calling thread if it is null. Throws std::bad_alloc only.
+    const FloatImage& make(const FloatImage& base, const Rect& work, const AcrossBlur<FloatImage>& wideBlur,
+                           const Rect& lit, const RenderSettings& settings, WorkerPool* pool);
 
   private:
     void plan(const Rect& work, const Rect& lit, const RenderSettings& settings);

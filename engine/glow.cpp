@@ -7,6 +7,15 @@
 
 namespace veil {
 
+namespace {
+
+// Pixel (x, y) of the image's plane.
+const float* pixelAt(const FloatImage& image, int x, int y) {
+    return image.row(y - image.rect.y0) + static_cast<std::ptrdiff_t>(x - image.rect.x0) * 3;
+}
+
+}  // namespace
+
 bool isFolded(const RenderSettings& settings) {
     return settings.wideScale == 1.0f && !(settings.highlightBoost > 0.0f);
 }
@@ -42,10 +51,10 @@ struct GlowMaker::Route {
 };
 
 Rect GlowMaker::reads(const Rect& work, const Rect& sourceRect, const PlaneSizes& sizes) const {
-    return window.reads(work, sourceRect, sizes);
+    return fitsBand(work, sizes) ? band.reads(work, sourceRect, sizes)
+                                 : window.reads(work, sourceRect, sizes);
 }
 
-// Finds the lights too, while a row is in the cache.
 const FloatImage& GlowMaker::average(const Route& route, const SourceRows& source, const PlaneSizes& sizes,
                                      WorkerPool* pool) {
     RowTransform fold;
@@ -53,61 +62,63 @@ const FloatImage& GlowMaker::average(const Route& route, const SourceRows& sourc
         fold = [&](float* row, int count) {
             thresholdFogRow(row, route.settings.threshold, route.settings.fog, count);
         };
-    AveragedWindow::MakeRowStep findLights;
-    if (route.boosts) {
-        litSpans.assign(static_cast<std::size_t>(route.work.height()), {0, 0});
-        const int first = route.bright.x0 - route.work.x0;
-        findLights = [&, first] {
-            return [&, first](int y, const float* row) {
-                if (y + route.work.y0 < route.bright.y0 || y + route.work.y0 >= route.bright.y1) return;
-                Span& span = litSpans[static_cast<std::size_t>(y)];
-                litSpan(row + first * 3, route.bright.width(), &span.begin, &span.end);
-            };
-        };
-    }
-    return window.advance(route.work, source, sizes, fold, findLights, pool);
+    return fitsBand(route.work, sizes) ? band.advance(route.work, source, sizes, fold, pool)
+                                       : window.advance(route.work, source, sizes, fold, nullptr, pool);
 }
 
 // The smallest rectangle round all the pixels of route.bright that a boost changes.
-Rect GlowMaker::litRect(const Route& route) const {
-    if (!boostsLitOnly(route.settings)) return route.bright;
+Rect GlowMaker::litRect(const Route& route, const FloatImage& averaged, WorkerPool* pool) {
+    const Rect& bright = route.bright;
+    if (!boostsLitOnly(route.settings)) return bright;
+    litSpans.resize(static_cast<std::size_t>(bright.height()));
+    runRows(pool, bright.y0, bright.y1, [&](int first, int end) {
+        for (int y = first; y < end; ++y) {
+            Span& span = litSpans[static_cast<std::size_t>(y - bright.y0)];
+            litSpan(pixelAt(averaged, bright.x0, y), bright.width(), &span.begin, &span.end);
+        }
+    });
     Rect lit;
-    for (int y = route.bright.y0; y < route.bright.y1; ++y) {
-        const Span& span = litSpans[static_cast<std::size_t>(y - route.work.y0)];
+    for (int y = bright.y0; y < bright.y1; ++y) {
+        const Span& span = litSpans[static_cast<std::size_t>(y - bright.y0)];
         if (span.begin == span.end) continue;
-        const Rect row{route.bright.x0 + span.begin, y, route.bright.x0 + span.end, y + 1};
+        const Rect row{bright.x0 + span.begin, y, bright.x0 + span.end, y + 1};
         lit = lit.isEmpty() ? row : Rect{std::min(lit.x0, row.x0), lit.y0, std::max(lit.x1, row.x1), row.y1};
     }
     return lit;
 }
 
-void GlowMaker::blurWide(const AlongBlur& blur, const FloatImage& averaged, Span rows, LineScratch& scratch) {
+void GlowMaker::blurWide(const Route& route, const AlongBlur& blur, const FloatImage& averaged, Span rows,
+                         LineScratch& scratch) {
     for (int y = rows.begin; y < rows.end; y += kRowGroup)
-        blurAlong(blur, averaged.row(y - averaged.rect.y0), std::min(kRowGroup, rows.end - y),
+        blurAlong(blur, pixelAt(averaged, route.work.x0, y), std::min(kRowGroup, rows.end - y),
                   averaged.rowLength(), scratch, wide.row(y), wide.rowLength());
 }
 
 void GlowMaker::blurNarrow(const Route& route, const AlongBlur& blur, const FloatImage& averaged, Span rows,
                            LineScratch& scratch, std::vector<float>& bright) {
-    const std::size_t length = averaged.rowLength();
-    const std::ptrdiff_t first = (route.bright.x0 - route.work.x0) * 3;
+    const auto length = static_cast<std::size_t>(route.work.width()) * 3;
     if (!route.folded) bright.resize(length * kRowGroup);
     for (int y = rows.begin; y < rows.end; y += kRowGroup) {
         const int count = std::min(kRowGroup, rows.end - y);
-        const float* from = averaged.row(y - route.work.y0);
-        if (!route.folded) {
-            for (int k = 0; k < count; ++k) {
-                float* row = bright.data() + static_cast<std::size_t>(k) * length;
-                thresholdRow(from + static_cast<std::size_t>(k) * length + first, route.settings.threshold,
-                             row + first, route.bright.width());
-                if (!boosted || y + k < boosted->rect.y0 || y + k >= boosted->rect.y1) continue;
-                const float* lit = boosted->row(y + k - boosted->rect.y0);
-                std::copy(lit, lit + boosted->rowLength(), row + (boosted->rect.x0 - route.work.x0) * 3);
-            }
-            from = bright.data();
+        if (route.folded) {
+            blurAlong(blur, pixelAt(averaged, route.work.x0, y), count, averaged.rowLength(), scratch,
+                      narrow.row(y), narrow.rowLength());
+            continue;
         }
-        blurAlong(blur, from, count, length, scratch, narrow.row(y), narrow.rowLength());
+        for (int k = 0; k < count; ++k)
+            makeBright(route, averaged, y + k, bright.data() + static_cast<std::size_t>(k) * length);
+        blurAlong(blur, bright.data(), count, length, scratch, narrow.row(y), narrow.rowLength());
     }
+}
+
+// What blooms of row `y`, in a row of the working rectangle.
+void GlowMaker::makeBright(const Route& route, const FloatImage& averaged, int y, float* row) const {
+    const Rect& bright = route.bright;
+    thresholdRow(pixelAt(averaged, bright.x0, y), route.settings.threshold,
+                 row + (bright.x0 - route.work.x0) * 3, bright.width());
+    if (!boosted || y < boosted->rect.y0 || y >= boosted->rect.y1) return;
+    const float* lit = boosted->row(y - boosted->rect.y0);
+    std::copy(lit, lit + boosted->rowLength(), row + (boosted->rect.x0 - route.work.x0) * 3);
 }
 
 const float* GlowMaker::mix(const Route& route, const Rect& wanted, std::vector<float>& scratch) const {
@@ -130,7 +141,7 @@ GlowRows GlowMaker::make(const Rect& work, const Rect& visible, const SourceRows
                          const PlaneSizes& sizes, const RenderSettings& settings, WorkerPool* pool) {
     const Route route(work, visible, settings);
     const FloatImage& averaged = average(route, source, sizes, pool);
-    const Rect lit = route.boosts ? litRect(route) : Rect{};
+    const Rect lit = route.boosts ? litRect(route, averaged, pool) : Rect{};
     const auto united = [](Span a, Span b) {
         return Span{std::min(a.begin, b.begin), std::max(a.end, b.end)};
     };
@@ -148,9 +159,9 @@ GlowRows GlowMaker::make(const Rect& work, const Rect& visible, const SourceRows
     if (!lit.isEmpty()) {
         runRows(pool, wide.held().y0, wide.held().y1, [&](int first, int end) {
             LineScratch scratch;
-            blurWide(wideAlong, averaged, {first, end}, scratch);
+            blurWide(route, wideAlong, averaged, {first, end}, scratch);
         });
-        boosted = &boost.make(averaged, wide, lit, settings, pool);
+        boosted = &boost.make(averaged, work, wide, lit, settings, pool);
     }
     // Both at once where nothing is boosted, so that a row of the averaged picture is read once.
     runRows(pool, work.y0, work.y1, [&](int first, int end) {
@@ -161,7 +172,7 @@ GlowRows GlowMaker::make(const Rect& work, const Rect& visible, const SourceRows
             const auto of = [&](const Rect& held) {
                 return Span{std::max(group.begin, held.y0), std::min(group.end, held.y1)};
             };
-            if (!route.folded && !boosted) blurWide(wideAlong, averaged, of(wide.held()), scratch);
+            if (!route.folded && !boosted) blurWide(route, wideAlong, averaged, of(wide.held()), scratch);
             blurNarrow(route, narrowAlong, averaged, of(narrow.held()), scratch, bright);
         }
     });

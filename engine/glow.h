@@ -6,6 +6,7 @@
 #include <optional>
 #include <vector>
 
+#include "engine/averaged_band.h"
 #include "engine/averaged_window.h"
 #include "engine/blur.h"
 #include "engine/boost.h"
@@ -36,17 +37,20 @@ class GlowMaker {
 
     const FloatImage& average(const Route& route, const SourceRows& source, const PlaneSizes& sizes,
                               WorkerPool* pool);
-    Rect litRect(const Route& route) const;
-    void blurWide(const AlongBlur& blur, const FloatImage& averaged, Span rows, LineScratch& scratch);
+    Rect litRect(const Route& route, const FloatImage& averaged, WorkerPool* pool);
+    void blurWide(const Route& route, const AlongBlur& blur, const FloatImage& averaged, Span rows,
+                  LineScratch& scratch);
     void blurNarrow(const Route& route, const AlongBlur& blur, const FloatImage& averaged, Span rows,
                     LineScratch& scratch, std::vector<float>& bright);
+    void makeBright(const Route& route, const FloatImage& averaged, int y, float* row) const;
     const float* mix(const Route& route, const Rect& wanted, std::vector<float>& scratch) const;
 
-    AveragedWindow window;
+    AveragedBand band;
+    AveragedWindow window;  // where the band would be too large
     AcrossBlur<FloatImage> narrow, wide;
     HighlightBoost boost;
     const FloatImage* boosted = nullptr;  // null: nothing of the tile is
-    std::vector<Span> litSpans;           // of each row of `work`, as columns of it
+    std::vector<Span> litSpans;           // of the rows whose bright parts reach the tile
 };
 
 }  // namespace veil
