@@ -273,13 +273,13 @@ void blurRow(const RowBlur& blur, const float* row, LineScratch& scratch, float*
 }
 
 void blurAcrossRows(float radius, const std::vector<const float*>& rows, int begin, int end, int count,
-                    float* out) {
+                    float* out, std::size_t outLength) {
     const LinePlan plan = planLines(makeTapTable(radius), static_cast<int>(rows.size()), begin, end);
     LineScratch scratch;
     for (int strip = 0; strip < stripsOf(count); ++strip)
         blurStrip(
             plan, strip, count, [&](int y) { return rows[static_cast<std::size_t>(y)]; },
-            [&](int y) { return out + static_cast<std::ptrdiff_t>(y) * count; }, scratch);
+            [&](int y) { return out + static_cast<std::size_t>(y) * outLength; }, scratch);
 }
 
 AlongBlur makeAlongBlur(float radius, bool anamorphic, int width, int begin, int end) {
@@ -347,11 +347,11 @@ void AcrossBlur<Image>::begin(float blurRadius, bool anamorphic, Span axis, Span
 }
 
 template <class Image>
-void AcrossBlur<Image>::make(const Rect& wanted, float* out) const {
+void AcrossBlur<Image>::make(const Rect& wanted, float* out, std::size_t outLength) const {
     const int count = wanted.width() * Image::kChannels;
     const int firstSample = (wanted.x0 - image.rect.x0) * Image::kChannels;
     if (!isAcross) {
-        for (int y = wanted.y0; y < wanted.y1; ++y, out += count) {
+        for (int y = wanted.y0; y < wanted.y1; ++y, out += outLength) {
             const float* from = image.row(y - image.rect.y0) + firstSample;
             std::copy(from, from + count, out);
         }
@@ -360,7 +360,7 @@ void AcrossBlur<Image>::make(const Rect& wanted, float* out) const {
     std::vector<const float*> rows(static_cast<std::size_t>(axisEnd - axisBegin));
     for (int y = image.rect.y0; y < image.rect.y1; ++y)
         rows[static_cast<std::size_t>(y - axisBegin)] = image.row(y - image.rect.y0) + firstSample;
-    blurAcrossRows(radius, rows, wanted.y0 - axisBegin, wanted.y1 - axisBegin, count, out);
+    blurAcrossRows(radius, rows, wanted.y0 - axisBegin, wanted.y1 - axisBegin, count, out, outLength);
 }
 
 template class AcrossBlur<FloatImage>;

@@ -88,10 +88,10 @@ struct RowBlur {
 RowBlur makeRowBlur(float radius, int width, int begin, int end, int channels = 3);
 void blurRow(const RowBlur& blur, const float* row, LineScratch& scratch, float* out);
 
-/// Rows `begin` up to `end` of the vertical Gaussian over rows of `count` samples at the addresses `rows`,
-/// to `out` without gaps. Rows beyond the reach of the wanted ones may be null.
+/// Rows `begin` up to `end` of the vertical Gaussian over rows of `count` samples at the addresses `rows`, to
+/// rows `outLength` samples apart. Rows beyond the reach of the wanted ones may be null.
 void blurAcrossRows(float radius, const std::vector<const float*>& rows, int begin, int end, int count,
-                    float* out);
+                    float* out, std::size_t outLength);
 
 /// Either blur along rows of RGB.
 struct AlongBlur {
@@ -129,8 +129,8 @@ class AcrossBlur {
     float* row(int y) { return image.row(y - image.rect.y0); }
     std::size_t rowLength() const { return image.rowLength(); }
 
-    /// The result over `wanted`, to `out` without gaps.
-    void make(const Rect& wanted, float* out) const;
+    /// The result over `wanted`, to rows `outLength` samples apart.
+    void make(const Rect& wanted, float* out, std::size_t outLength) const;
 
   private:
     float radius = 0.0f;

@@ -38,7 +38,7 @@ struct EnlargedPart {
         : samples(bufferFor<Image>(part)),
           row(static_cast<std::size_t>(enlargement.target.width()) * Image::kChannels),
           rows(enlargement, samples.data(), part) {
-        blur.make(part, samples.data());
+        blur.make(part, samples.data(), static_cast<std::size_t>(part.width()) * Image::kChannels);
     }
 
     const float* at(int y) {
@@ -103,7 +103,7 @@ void HighlightBoost::reduceAndMask(const FloatImage& base, int first, int end) {
 // The rims near the cores, blurred along rows.
 void HighlightBoost::findRims(int first, int end) {
     const Rect& spread = rimColor.held();
-    core.make({rimRect.x0, first, rimRect.x1, end}, coreBlur.row(first - rimRect.y0));
+    core.make({rimRect.x0, first, rimRect.x1, end}, coreBlur.row(first - rimRect.y0), coreBlur.rowLength());
     const AlongBlur alongColor =
         makeAlongBlur(radius, isStreak, half.width(), spread.x0 - half.x0, spread.x1 - half.x0);
     const RowBlur alongWeight =
@@ -125,18 +125,22 @@ void HighlightBoost::findRims(int first, int end) {
     }
 }
 
-void HighlightBoost::boost(const FloatImage& base, const AcrossBlur<FloatImage>& wideBlur,
-                           const RenderSettings& settings, int first, int end) {
+void HighlightBoost::boost(const FloatImage& base, WideParts wideBlur, const RenderSettings& settings,
+                           int first, int end) {
     const Rect &lit = boosted.rect, &reads = enlargement.reads;
     const auto readAt = [&](int y) { return enlargement.rows[static_cast<std::size_t>(y - lit.y0)]; };
-    const Rect part{reads.x0, reads.y0 + readAt(first).low, reads.x1, reads.y0 + readAt(end - 1).high + 1};
-    EnlargedPart<FloatImage> around(surround, enlargement, part), rim(rimColor, enlargement, part);
-    EnlargedPart<FloatPlane> weight(rimWeight, enlargement, part);
+    const Rect spread{reads.x0, reads.y0 + readAt(first).low, reads.x1, reads.y0 + readAt(end - 1).high + 1};
+    EnlargedPart<FloatImage> around(surround, enlargement, spread), rim(rimColor, enlargement, spread);
+    EnlargedPart<FloatPlane> weight(rimWeight, enlargement, spread);
     BilinearRows<FloatPlane> coreSpread(enlargement, coreBlur.row(0), rimRect);
     std::vector<float> coreRow(static_cast<std::size_t>(lit.width()));
     const Rect slice{lit.x0, first, lit.x1, end};
     std::vector<float> wide = bufferFor<FloatImage>(slice);
-    wideBlur.make(slice, wide.data());
+    for (const AcrossBlur<FloatImage>& part : wideBlur) {
+        const Rect seen{std::max(lit.x0, part.held().x0), first, std::min(lit.x1, part.held().x1), end};
+        if (!seen.isEmpty())
+            part.make(seen, wide.data() + (seen.x0 - lit.x0) * FloatImage::kChannels, boosted.rowLength());
+    }
     for (int y = first; y < end; ++y) {
         const float* baseRow = base.row(y - base.rect.y0) + (lit.x0 - base.rect.x0) * 3;
         coreSpread.make(y, coreRow.data());
@@ -152,9 +156,8 @@ void HighlightBoost::boost(const FloatImage& base, const AcrossBlur<FloatImage>&
     }
 }
 
-const FloatImage& HighlightBoost::make(const FloatImage& base, const Rect& work,
-                                       const AcrossBlur<FloatImage>& wideBlur, const Rect& lit,
-                                       const RenderSettings& settings, WorkerPool* pool) {
+const FloatImage& HighlightBoost::make(const FloatImage& base, const Rect& work, WideParts wideBlur,
+                                       const Rect& lit, const RenderSettings& settings, WorkerPool* pool) {
     plan(work, lit, settings);
     runRows(pool, reduction.target.y0, reduction.target.y1,
             [&](int first, int end) { reduceAndMask(base, first, end); });

@@ -2,6 +2,8 @@
 
 // The halo boost: small blown-out lights grow brighter, and their clipped cores take the colour of their rim.
 
+#include <span>
+
 #include "engine/blur.h"
 #include "engine/image.h"
 #include "engine/resample.h"
@@ -13,21 +15,23 @@ namespace veil {
 /// Whether litSpan finds all that a boost of `settings` changes, which it does where they are numbers.
 bool boostsLitOnly(const RenderSettings& settings);
 
+using WideParts = std::span<const AcrossBlur<FloatImage>>;
+
 /// For tile after tile of one image in one setting; it keeps its buffers.
 class HighlightBoost {
   public:
     /// What blooms over `lit`, which must lie inside `work` and not be empty: the bright parts of `base`, the
     /// averaged picture, of which only the working rectangle `work` counts, boosted. `wideBlur` must have
     /// been filled for `lit`. On `pool`, or on the calling thread if it is null. Throws std::bad_alloc only.
-    const FloatImage& make(const FloatImage& base, const Rect& work, const AcrossBlur<FloatImage>& wideBlur,
-                           const Rect& lit, const RenderSettings& settings, WorkerPool* pool);
+    const FloatImage& make(const FloatImage& base, const Rect& work, WideParts wideBlur, const Rect& lit,
+                           const RenderSettings& settings, WorkerPool* pool);
 
   private:
     void plan(const Rect& work, const Rect& lit, const RenderSettings& settings);
     void reduceAndMask(const FloatImage& base, int first, int end);
     void findRims(int first, int end);
-    void boost(const FloatImage& base, const AcrossBlur<FloatImage>& wideBlur, const RenderSettings& settings,
-               int first, int end);
+    void boost(const FloatImage& base, WideParts wideBlur, const RenderSettings& settings, int first,
+               int end);
 
     float radius = 0.0f;
     bool isStreak = false;

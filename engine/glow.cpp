@@ -87,11 +87,34 @@ Rect GlowMaker::litRect(const Route& route, const FloatImage& averaged, WorkerPo
     return lit;
 }
 
-void GlowMaker::blurWide(const Route& route, const AlongBlur& blur, const FloatImage& averaged, Span rows,
-                         LineScratch& scratch) {
-    for (int y = rows.begin; y < rows.end; y += kRowGroup)
-        blurAlong(blur, pixelAt(averaged, route.work.x0, y), std::min(kRowGroup, rows.end - y),
-                  averaged.rowLength(), scratch, wide.row(y), wide.rowLength());
+void GlowMaker::beginWide(const Route& route, const Rect& lit) {
+    const Rect &work = route.work, &visible = route.visible;
+    Rect parts[kWideParts] = {visible, {}, {}};
+    if (!lit.isEmpty()) {
+        parts[kVisible].y0 = std::min(visible.y0, lit.y0);
+        parts[kVisible].y1 = std::max(visible.y1, lit.y1);
+        parts[kLeft] = {lit.x0, lit.y0, std::min(visible.x0, lit.x1), lit.y1};
+        parts[kRight] = {std::max(visible.x1, lit.x0), lit.y0, lit.x1, lit.y1};
+    }
+    for (int i = 0; i < kWideParts; ++i) {
+        const Rect part =
+            parts[i].isEmpty() ? Rect{visible.x0, visible.y0, visible.x0, visible.y0} : parts[i];
+        wide[i].begin(route.wideRadius, route.settings.anamorphic, {work.y0, work.y1}, {part.y0, part.y1},
+                      {part.x0, part.x1});
+        if (!part.isEmpty()) wideAlong[i] = route.along(route.wideRadius, part);
+    }
+}
+
+// The rows of all parts that lie in `rows`.
+void GlowMaker::blurWide(const Route& route, const FloatImage& averaged, Span rows, LineScratch& scratch) {
+    for (int i = 0; i < kWideParts; ++i) {
+        const Rect& held = wide[i].held();
+        if (held.isEmpty()) continue;
+        const int end = std::min(rows.end, held.y1);
+        for (int y = std::max(rows.begin, held.y0); y < end; y += kRowGroup)
+            blurAlong(wideAlong[i], pixelAt(averaged, route.work.x0, y), std::min(kRowGroup, end - y),
+                      averaged.rowLength(), scratch, wide[i].row(y), wide[i].rowLength());
+    }
 }
 
 void GlowMaker::blurNarrow(const Route& route, const AlongBlur& blur, const FloatImage& averaged, Span rows,
@@ -122,17 +145,17 @@ void GlowMaker::makeBright(const Route& route, const FloatImage& averaged, int y
 }
 
 const float* GlowMaker::mix(const Route& route, const Rect& wanted, std::vector<float>& scratch) const {
-    const std::size_t count =
-        static_cast<std::size_t>(wanted.width()) * 3 * static_cast<std::size_t>(wanted.height());
+    const std::size_t length = static_cast<std::size_t>(wanted.width()) * 3;
+    const std::size_t count = length * static_cast<std::size_t>(wanted.height());
     scratch.resize(route.folded ? count : count * 3);
     float* glow = scratch.data();
     if (route.folded) {
-        narrow.make(wanted, glow);
+        narrow.make(wanted, glow, length);
         return glow;
     }
     float *lights = glow + count, *haze = lights + count;
-    narrow.make(wanted, lights);
-    wide.make(wanted, haze);
+    narrow.make(wanted, lights, length);
+    wide[kVisible].make(wanted, haze, length);
     veilMixRow(lights, haze, route.settings.fog, glow, static_cast<int>(count));
     return glow;
 }
@@ -142,45 +165,36 @@ GlowRows GlowMaker::make(const Rect& work, const Rect& visible, const SourceRows
     const Route route(work, visible, settings);
     const FloatImage& averaged = average(route, source, sizes, pool);
     const Rect lit = route.boosts ? litRect(route, averaged, pool) : Rect{};
-    const auto united = [](Span a, Span b) {
-        return Span{std::min(a.begin, b.begin), std::max(a.end, b.end)};
-    };
-    Span columns{visible.x0, visible.x1}, rows{visible.y0, visible.y1};
-    if (!lit.isEmpty()) {
-        columns = united(columns, {lit.x0, lit.x1});
-        rows = united(rows, {lit.y0, lit.y1});
-    }
     narrow.begin(route.narrowRadius, settings.anamorphic, {work.y0, work.y1}, {visible.y0, visible.y1},
                  {visible.x0, visible.x1});
-    if (!route.folded) wide.begin(route.wideRadius, settings.anamorphic, {work.y0, work.y1}, rows, columns);
     const AlongBlur narrowAlong = route.along(route.narrowRadius, visible);
-    const AlongBlur wideAlong = route.along(route.wideRadius, {columns.begin, 0, columns.end, 1});
+    if (!route.folded) beginWide(route, lit);
     boosted = nullptr;
     if (!lit.isEmpty()) {
-        runRows(pool, wide.held().y0, wide.held().y1, [&](int first, int end) {
+        runRows(pool, work.y0, work.y1, [&](int first, int end) {
             LineScratch scratch;
-            blurWide(route, wideAlong, averaged, {first, end}, scratch);
+            blurWide(route, averaged, {first, end}, scratch);
         });
         boosted = &boost.make(averaged, work, wide, lit, settings, pool);
     }
     // Both at once where nothing is boosted, so that a row of the averaged picture is read once.
-    runRows(pool, work.y0, work.y1, [&](int first, int end) {
-        LineScratch scratch;
-        std::vector<float> bright;
-        for (int y = first; y < end; y += kRowGroup) {
-            const Span group{y, std::min(y + kRowGroup, end)};
-            const auto of = [&](const Rect& held) {
-                return Span{std::max(group.begin, held.y0), std::min(group.end, held.y1)};
-            };
-            if (!route.folded && !boosted) blurWide(route, wideAlong, averaged, of(wide.held()), scratch);
-            blurNarrow(route, narrowAlong, averaged, of(narrow.held()), scratch, bright);
-        }
-    });
+    const bool isWideLeft = !route.folded && !boosted;
+    runRows(pool, isWideLeft ? work.y0 : narrow.held().y0, isWideLeft ? work.y1 : narrow.held().y1,
+            [&](int first, int end) {
+                LineScratch scratch;
+                std::vector<float> bright;
+                for (int y = first; y < end; y += kRowGroup) {
+                    const Span group{y, std::min(y + kRowGroup, end)};
+                    if (isWideLeft) blurWide(route, averaged, group, scratch);
+                    const Rect& held = narrow.held();
+                    blurNarrow(route, narrowAlong, averaged,
+                               {std::max(group.begin, held.y0), std::min(group.end, held.y1)}, scratch,
+                               bright);
+                }
+            });
     return {visible, [this, route](int first, int end, std::vector<float>& scratch) {
-                return mix(
-                    route,
-                    {route.visible.x0, route.visible.y0 + first, route.visible.x1, route.visible.y0 + end},
-                    scratch);
+                const Rect& seen = route.visible;
+                return mix(route, {seen.x0, seen.y0 + first, seen.x1, seen.y0 + end}, scratch);
             }};
 }
 

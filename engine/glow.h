@@ -34,12 +34,14 @@ class GlowMaker {
 
   private:
     struct Route;
+    // Of the wide blur: the visible columns, and the lit ones to their left and right, which take fewer rows.
+    enum { kVisible, kLeft, kRight, kWideParts };
 
     const FloatImage& average(const Route& route, const SourceRows& source, const PlaneSizes& sizes,
                               WorkerPool* pool);
     Rect litRect(const Route& route, const FloatImage& averaged, WorkerPool* pool);
-    void blurWide(const Route& route, const AlongBlur& blur, const FloatImage& averaged, Span rows,
-                  LineScratch& scratch);
+    void beginWide(const Route& route, const Rect& lit);
+    void blurWide(const Route& route, const FloatImage& averaged, Span rows, LineScratch& scratch);
     void blurNarrow(const Route& route, const AlongBlur& blur, const FloatImage& averaged, Span rows,
                     LineScratch& scratch, std::vector<float>& bright);
     void makeBright(const Route& route, const FloatImage& averaged, int y, float* row) const;
@@ -47,8 +49,10 @@ class GlowMaker {
 
     AveragedBand band;
     AveragedWindow window;  // where the band would be too large
-    AcrossBlur<FloatImage> narrow, wide;
+    AcrossBlur<FloatImage> narrow;
+    AcrossBlur<FloatImage> wide[kWideParts];
     HighlightBoost boost;
+    AlongBlur wideAlong[kWideParts];
     const FloatImage* boosted = nullptr;  // null: nothing of the tile is
     std::vector<Span> litSpans;           // of the rows whose bright parts reach the tile
 };

@@ -83,7 +83,8 @@ GlowRows GlowBands::make(const Rect& work, const Rect& visible, const SourceRows
     const int top = visible.y0 - work.y0, count = band.rowLength();
     return {visible, [this, radius, top, count](int first, int end, std::vector<float>& scratch) {
                 scratch.resize(static_cast<std::size_t>(end - first) * static_cast<std::size_t>(count));
-                blurAcrossRows(radius, rows, top + first, top + end, count, scratch.data());
+                blurAcrossRows(radius, rows, top + first, top + end, count, scratch.data(),
+                               static_cast<std::size_t>(count));
                 return scratch.data();
             }};
 }

@@ -31,7 +31,7 @@ bool isPartOf(const FloatImage& whole, const FloatImage& source, float radius, b
         blurAlong(along, source.row(y - r.y0), std::min(kRowGroup, blur.held().y1 - y), source.rowLength(),
                   scratch, blur.row(y), blur.rowLength());
     FloatImage result(part);
-    blur.make(part, result.row(0));
+    blur.make(part, result.row(0), result.rowLength());
     for (int y = part.y0; y < part.y1; ++y) {
         const float* row = result.row(y - part.y0);
         if (!std::equal(row, row + result.rowLength(), whole.row(y - r.y0) + (part.x0 - r.x0) * 3))
