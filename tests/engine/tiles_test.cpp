@@ -132,6 +132,35 @@ TEST_CASE("a source or an output that throws in any row leaves nothing wrong beh
     }
 }
 
+TEST_CASE("a picture whose rows are too long to be kept whole gives the bits of a narrow one") {
+    // Between powers of two positions are exact, so the left ends of both pictures are the same.
+    const auto lights = [](int x, int y, int count, float* scratch) -> const float* {
+        for (int i = 0; i < count * 3; ++i) {
+            const bool isLight = pictures::noise((x + i / 3) / 16, y / 16, 7) > 0.7f;
+            scratch[i] = isLight ? 1.0f : pictures::noise(x + i / 3, y, i % 3) * 0.5f;
+        }
+        return scratch;
+    };
+    const RenderSettings settings{
+        .radius = 60.0f, .strength = 0.8f, .wideScale = 2.3f, .highlightBoost = 4.0f};
+    std::vector<float> narrow;
+    for (const int width : {1 << 12, 1 << 21}) {
+        ImageRenderer renderer(width, 64, settings);
+        std::vector<float> samples;
+        for (const int y : {0, 32}) {
+            for (const int x : {0, 150, 300}) {
+                const Rect tile{x, y, x + 150, y + 32};
+                const SourceRows source(requiredInputRect(tile, width, 64, settings), lights);
+                FloatImage out(tile);
+                renderer.render(tile, {source, source}, pictures::into(out), nullptr);
+                samples.insert(samples.end(), out.pixels.begin(), out.pixels.end());
+            }
+        }
+        if (narrow.empty()) narrow = samples;
+        CHECK((samples == narrow));
+    }
+}
+
 TEST_CASE("on a side so long that positions are rounded past a tile's input, pixels outside of it are read") {
     std::mt19937 random(3);
     int outside = 0;
