@@ -55,15 +55,20 @@ const FloatImage& AveragedBand::advance(const Rect& work, const SourceRows& sour
         std::copy(from, from + image.rowLength() * static_cast<std::size_t>(part.y0 - work.y0), image.row(0));
     }
     image.reshape({0, work.y0, sizes.workWidth, work.y1});
-    runRows(pool, part.y0, part.y1, [&](int first, int end) {
-        if (part.isEmpty()) return;
-        BoxRows boxes(plan, source);
-        for (int y = first; y < end; ++y) {
-            float* row = image.row(y - work.y0) + static_cast<std::ptrdiff_t>(part.x0) * 3;
-            boxes.average(y - part.y0, row);
-            if (transform) transform(row, part.width());
-        }
-    });
+    if (!part.isEmpty())
+        shareBoxRows(
+            plan, source, part.height(),
+            [&]() -> WorkerPool::Job {
+                return [&, boxes = BoxRows(plan, source)](int first, int end) mutable {
+                    for (int i = first; i < end; ++i) {
+                        float* row =
+                            image.row(part.y0 + i - work.y0) + static_cast<std::ptrdiff_t>(part.x0) * 3;
+                        boxes.average(i, row);
+                        if (transform) transform(row, part.width());
+                    }
+                };
+            },
+            pool);
     held = next;
     return image;
 }

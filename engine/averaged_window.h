@@ -27,6 +27,11 @@ bool tilesShareBoxes(const PlaneSizes& sizes);
 /// Rewrites a row of `count` RGB pixels in place; an empty one leaves it alone.
 using RowTransform = std::function<void(float* row, int count)>;
 
+/// Runs jobs over `rows` rows, those of `plan` if it has any, by WorkerPool::shareRows; they may ask a
+/// BoxRows of `plan` for them, whose source rows are brought where that is needed.
+void shareBoxRows(const BoxPlan& plan, const SourceRows& source, int rows, const WorkerPool::MakeJob& makeJob,
+                  WorkerPool* pool);
+
 class AveragedWindow {
   public:
     /// What follows at once on the finished row `y`, local to the window, of one slice of the job.

@@ -273,13 +273,17 @@ void blurRow(const RowBlur& blur, const float* row, LineScratch& scratch, float*
 }
 
 void blurAcrossRows(float radius, const std::vector<const float*>& rows, int begin, int end, int count,
-                    float* out, std::size_t outLength) {
+                    float* out, std::size_t outLength, WorkerPool* pool) {
     const LinePlan plan = planLines(makeTapTable(radius), static_cast<int>(rows.size()), begin, end);
-    LineScratch scratch;
-    for (int strip = 0; strip < stripsOf(count); ++strip)
-        blurStrip(
-            plan, strip, count, [&](int y) { return rows[static_cast<std::size_t>(y)]; },
-            [&](int y) { return out + static_cast<std::size_t>(y) * outLength; }, scratch);
+    const auto makeJob = [&]() -> WorkerPool::Job {
+        return [&, scratch = LineScratch()](int first, int last) mutable {
+            for (int strip = first; strip < last; ++strip)
+                blurStrip(
+                    plan, strip, count, [&](int y) { return rows[static_cast<std::size_t>(y)]; },
+                    [&](int y) { return out + static_cast<std::size_t>(y) * outLength; }, scratch);
+        };
+    };
+    runChunks(pool, 0, stripsOf(count), 1, makeJob, {});
 }
 
 AlongBlur makeAlongBlur(float radius, bool anamorphic, int width, int begin, int end) {
@@ -360,7 +364,8 @@ void AcrossBlur<Image>::make(const Rect& wanted, float* out, std::size_t outLeng
     std::vector<const float*> rows(static_cast<std::size_t>(axisEnd - axisBegin));
     for (int y = image.rect.y0; y < image.rect.y1; ++y)
         rows[static_cast<std::size_t>(y - axisBegin)] = image.row(y - image.rect.y0) + firstSample;
-    blurAcrossRows(radius, rows, wanted.y0 - axisBegin, wanted.y1 - axisBegin, count, out, outLength);
+    blurAcrossRows(radius, rows, wanted.y0 - axisBegin, wanted.y1 - axisBegin, count, out, outLength,
+                   nullptr);
 }
 
 template class AcrossBlur<FloatImage>;

@@ -10,6 +10,7 @@
 
 #include "engine/image.h"
 #include "engine/kernels/kernel_table.h"
+#include "engine/worker_pool.h"
 
 namespace veil {
 
@@ -91,7 +92,7 @@ void blurRow(const RowBlur& blur, const float* row, LineScratch& scratch, float*
 /// Rows `begin` up to `end` of the vertical Gaussian over rows of `count` samples at the addresses `rows`, to
 /// rows `outLength` samples apart. Rows beyond the reach of the wanted ones may be null.
 void blurAcrossRows(float radius, const std::vector<const float*>& rows, int begin, int end, int count,
-                    float* out, std::size_t outLength);
+                    float* out, std::size_t outLength, WorkerPool* pool);
 
 /// Either blur along rows of RGB.
 struct AlongBlur {

@@ -14,22 +14,28 @@ LinearRead glowRead(int p, int imageSize, int workSize, int glowFirst, int glowS
     return linearRead(mapCentre(p, imageSize, workSize) - static_cast<float>(glowFirst), glowSize);
 }
 
+constexpr int kChunkRows = 32;  // some 50 KB of an 8-bit tile, which pass from cache to cache
+
 // The last two glow rows, enlarged along x. About four image rows lie between two glow rows, so that most
 // rows find theirs here.
 struct EnlargedRows {
+    const GlowRows& glow;
     const std::vector<BilinearColumn>& columns;
     std::vector<float> buffers[2], scratch;
     int held[2] = {-1, -1};
-    const int firstRow;
+    int firstRow = 0;
     const std::size_t rowLength;
-    const float* const rows;
+    const float* rows = nullptr;
 
-    EnlargedRows(const GlowRows& glow, int first, int end, const std::vector<BilinearColumn>& table)
-        : columns(table),
-          firstRow(first),
-          rowLength(static_cast<std::size_t>(glow.rect.width()) * 3),
-          rows(glow.read(first, end, scratch)) {
+    EnlargedRows(const GlowRows& source, const std::vector<BilinearColumn>& table)
+        : glow(source), columns(table), rowLength(static_cast<std::size_t>(glow.rect.width()) * 3) {
         for (auto& buffer : buffers) buffer.resize(table.size() * 3);
+    }
+
+    // Rows `first` up to `end` are what is asked for next.
+    void prepare(int first, int end) {
+        firstRow = first;
+        rows = glow.read(first, end, scratch);
     }
 
     // Row `y`; the row `keep`, if it is held, stays valid.
@@ -62,14 +68,17 @@ class PictureRows {
     }
 
     const float* row(int y) {
-        const int held = source.rect.y0 + clampIndex(y - source.rect.y0, source.rect.height());
-        const float* row = source.read(first, held, count, scratch.data());
+        const float* row = source.read(first, heldRow(source, y), count, scratch.data());
         if (widened.empty()) return row;
         for (int x = 0; x < output.width(); ++x) {
             const float* pixel = row + clampIndex(output.x0 + x - first, count) * 3;
             std::copy(pixel, pixel + 3, widened.begin() + x * 3);
         }
         return widened.data();
+    }
+
+    static int heldRow(const SourceRows& source, int y) {
+        return source.rect.y0 + clampIndex(y - source.rect.y0, source.rect.height());
     }
 
   private:
@@ -91,7 +100,7 @@ bool readsSource(const RenderSettings& settings) {
 
 void composeOutput(const SourceRows& source, const GlowRows& glow, const Rect& outputRect, int imageWidth,
                    int imageHeight, int workWidth, int workHeight, const RenderSettings& settings,
-                   const OutputRows& store, WorkerPool* pool) {
+                   const OutputRows& output, WorkerPool* pool) {
     if (outputRect.isEmpty()) return;
     const int width = outputRect.width();
     std::vector<BilinearColumn> columns(static_cast<std::size_t>(width));
@@ -107,19 +116,26 @@ void composeOutput(const SourceRows& source, const GlowRows& glow, const Rect& o
     const auto readAt = [&](int y) {
         return glowRead(y, imageHeight, workHeight, glow.rect.y0, glow.rect.height());
     };
-    runRows(pool, outputRect.y0, outputRect.y1, [&](int first, int end) {
-        EnlargedRows enlarged(glow, readAt(first).low, readAt(end - 1).high + 1, columns);
-        PictureRows picture(source, outputRect);
-        std::vector<float> out(static_cast<std::size_t>(width) * 3);
-        for (int y = first; y < end; ++y) {
-            const LinearRead read = readAt(y);
-            const GlowRow top = enlarged.row(read.low, read.high);
-            const GlowRow bottom = enlarged.row(read.high, read.low);
-            composeRow(top, bottom, read.fraction, reads ? picture.row(y) : nullptr, constants, out.data(),
-                       width);
-            store(y, out.data());
-        }
-    });
+    const auto makeJob = [&]() -> WorkerPool::Job {
+        return [&, enlarged = EnlargedRows(glow, columns), picture = PictureRows(source, outputRect),
+                out = std::vector<float>(static_cast<std::size_t>(width) * 3)](int first, int end) mutable {
+            enlarged.prepare(readAt(first).low, readAt(end - 1).high + 1);
+            for (int y = first; y < end; ++y) {
+                const LinearRead read = readAt(y);
+                const GlowRow top = enlarged.row(read.low, read.high);
+                const GlowRow bottom = enlarged.row(read.high, read.low);
+                composeRow(top, bottom, read.fraction, reads ? picture.row(y) : nullptr, constants,
+                           out.data(), width);
+                output.store(y, out.data());
+            }
+        };
+    };
+    WorkerPool::Ferry ferry{{}, output.collect};
+    if (source.bring && reads)
+        ferry.bring = [&](int first, int end) {
+            source.bring(PictureRows::heldRow(source, first), PictureRows::heldRow(source, end - 1) + 1);
+        };
+    runChunks(pool, outputRect.y0, outputRect.y1, kChunkRows, makeJob, ferry);
 }
 
 }  // namespace veil

@@ -22,13 +22,13 @@ struct GlowRows {
 
 GlowRows glowRows(const FloatImage& glow);
 
-/// Hands the rows of `outputRect` to `store`. `glow` lies in the working plane of `workWidth` by
+/// Hands the rows of `outputRect` to `output`. `glow` lies in the working plane of `workWidth` by
 /// `workHeight`, `source` and `outputRect` in the image plane; a glow alone without shadow protection reads
 /// no source. Samples are 0 to 1, but for a glow alone with a shadow protection above 1, which can fall below
 /// 0. Throws std::bad_alloc and what the callables throw.
 void composeOutput(const SourceRows& source, const GlowRows& glow, const Rect& outputRect, int imageWidth,
                    int imageHeight, int workWidth, int workHeight, const RenderSettings& settings,
-                   const OutputRows& store, WorkerPool* pool);
+                   const OutputRows& output, WorkerPool* pool);
 
 /// Whether the composition looks at the source at all.
 bool readsSource(const RenderSettings& settings);

@@ -9,6 +9,8 @@ namespace veil {
 
 namespace {
 
+constexpr int kMixColumns = 64;  // as many samples as three strips of the blur
+
 // Pixel (x, y) of the image's plane.
 const float* pixelAt(const FloatImage& image, int x, int y) {
     return image.row(y - image.rect.y0) + static_cast<std::ptrdiff_t>(x - image.rect.x0) * 3;
@@ -144,20 +146,18 @@ void GlowMaker::makeBright(const Route& route, const FloatImage& averaged, int y
     std::copy(lit, lit + boosted->rowLength(), row + (boosted->rect.x0 - route.work.x0) * 3);
 }
 
-const float* GlowMaker::mix(const Route& route, const Rect& wanted, std::vector<float>& scratch) const {
-    const std::size_t length = static_cast<std::size_t>(wanted.width()) * 3;
-    const std::size_t count = length * static_cast<std::size_t>(wanted.height());
-    scratch.resize(route.folded ? count : count * 3);
-    float* glow = scratch.data();
-    if (route.folded) {
-        narrow.make(wanted, glow, length);
-        return glow;
-    }
-    float *lights = glow + count, *haze = lights + count;
-    narrow.make(wanted, lights, length);
-    wide[kVisible].make(wanted, haze, length);
-    veilMixRow(lights, haze, route.settings.fog, glow, static_cast<int>(count));
-    return glow;
+// A part of `glow`: the columns from `x0` up to `x1`.
+void GlowMaker::mix(const Route& route, int x0, int x1, std::vector<float>& haze) {
+    const Rect part{x0, route.visible.y0, x1, route.visible.y1};
+    float* row = glow.row(0) + static_cast<std::ptrdiff_t>(x0 - route.visible.x0) * 3;
+    narrow.make(part, row, glow.rowLength());
+    if (route.folded) return;
+    const auto length = static_cast<std::size_t>(part.width()) * 3;
+    haze.resize(length * static_cast<std::size_t>(part.height()));
+    wide[kVisible].make(part, haze.data(), length);
+    const float* hazeRow = haze.data();
+    for (int y = part.y0; y < part.y1; ++y, row += glow.rowLength(), hazeRow += length)
+        veilMixRow(row, hazeRow, route.settings.fog, row, static_cast<int>(length));
 }
 
 GlowRows GlowMaker::make(const Rect& work, const Rect& visible, const SourceRows& source,
@@ -192,10 +192,21 @@ GlowRows GlowMaker::make(const Rect& work, const Rect& visible, const SourceRows
                                bright);
                 }
             });
-    return {visible, [this, route](int first, int end, std::vector<float>& scratch) {
-                const Rect& seen = route.visible;
-                return mix(route, {seen.x0, seen.y0 + first, seen.x1, seen.y0 + end}, scratch);
-            }};
+    if (route.folded && settings.anamorphic)  // the rows as they are
+        return {visible, [this, visible](int first, int, std::vector<float>&) -> const float* {
+                    return narrow.row(visible.y0 + first);
+                }};
+    glow.reshape(visible);
+    const auto makeJob = [&]() -> WorkerPool::Job {
+        return [&, haze = std::vector<float>()](int first, int end) mutable {
+            for (int i = first; i < end; ++i) {
+                const int x0 = visible.x0 + i * kMixColumns;
+                mix(route, x0, std::min(x0 + kMixColumns, visible.x1), haze);
+            }
+        };
+    };
+    runChunks(pool, 0, (visible.width() + kMixColumns - 1) / kMixColumns, 1, makeJob, {});
+    return glowRows(glow);
 }
 
 }  // namespace veil

@@ -45,13 +45,14 @@ class GlowMaker {
     void blurNarrow(const Route& route, const AlongBlur& blur, const FloatImage& averaged, Span rows,
                     LineScratch& scratch, std::vector<float>& bright);
     void makeBright(const Route& route, const FloatImage& averaged, int y, float* row) const;
-    const float* mix(const Route& route, const Rect& wanted, std::vector<float>& scratch) const;
+    void mix(const Route& route, int x0, int x1, std::vector<float>& haze);
 
     AveragedBand band;
     AveragedWindow window;  // where the band would be too large
     AcrossBlur<FloatImage> narrow;
     AcrossBlur<FloatImage> wide[kWideParts];
     HighlightBoost boost;
+    FloatImage glow;
     AlongBlur wideAlong[kWideParts];
     const FloatImage* boosted = nullptr;  // null: nothing of the tile is
     std::vector<Span> litSpans;           // of the rows whose bright parts reach the tile

@@ -57,8 +57,8 @@ Rect GlowBands::reads(const Rect& work, const Rect& visible, const Rect& sourceR
     return window.reads({work.x0, firstRow, work.x1, work.y1}, sourceRect, sizes);
 }
 
-GlowRows GlowBands::make(const Rect& work, const Rect& visible, const SourceRows& source,
-                         const PlaneSizes& sizes, const RenderSettings& settings, WorkerPool* pool) {
+const FloatImage& GlowBands::make(const Rect& work, const Rect& visible, const SourceRows& source,
+                                  const PlaneSizes& sizes, const RenderSettings& settings, WorkerPool* pool) {
     const float radius = workingRadius(settings);
     Band& band = bandFor(work, visible, sizes);
     const int firstRow = firstNewRow(&band, work, sizes);
@@ -80,13 +80,10 @@ GlowRows GlowBands::make(const Rect& work, const Rect& visible, const SourceRows
     }
     rows.resize(static_cast<std::size_t>(work.height()));
     for (int y = 0; y < work.height(); ++y) rows[static_cast<std::size_t>(y)] = band.row(work.y0 + y);
-    const int top = visible.y0 - work.y0, count = band.rowLength();
-    return {visible, [this, radius, top, count](int first, int end, std::vector<float>& scratch) {
-                scratch.resize(static_cast<std::size_t>(end - first) * static_cast<std::size_t>(count));
-                blurAcrossRows(radius, rows, top + first, top + end, count, scratch.data(),
-                               static_cast<std::size_t>(count));
-                return scratch.data();
-            }};
+    glow.reshape(visible);
+    blurAcrossRows(radius, rows, visible.y0 - work.y0, visible.y1 - work.y0, band.rowLength(),
+                   glow.pixels.data(), glow.rowLength(), pool);
+    return glow;
 }
 
 }  // namespace veil

@@ -1,8 +1,8 @@
 #pragma once
 
 // The glow of the short route, whose bright parts need one Gaussian only: averaging, threshold and the
-// horizontal blur run joined over each row, the vertical blur when the composition asks for a row. Rows that
-// were blurred horizontally are kept for the next row of tiles, whose margin they lie in.
+// horizontal blur run joined over each row. Rows that were blurred horizontally are kept for the next row of
+// tiles, whose margin they lie in.
 
 #include <vector>
 
@@ -23,11 +23,11 @@ class GlowBands {
     /// The image pixels that the next blurAcross reads from a tile's source.
     Rect reads(const Rect& work, const Rect& visible, const Rect& sourceRect, const PlaneSizes& sizes) const;
 
-    /// The glow over `visible`, made from the pixels of `work`. The result reads from this object, until the
-    /// next call. `settings` give threshold, fog and radius. Throws std::bad_alloc and what the source
-    /// throws; nothing wrong is kept then.
-    GlowRows make(const Rect& work, const Rect& visible, const SourceRows& source, const PlaneSizes& sizes,
-                  const RenderSettings& settings, WorkerPool* pool);
+    /// The glow over `visible`, made from the pixels of `work`; it stays until the next call. `settings` give
+    /// threshold, fog and radius. Throws std::bad_alloc and what the source throws; nothing wrong is kept
+    /// then.
+    const FloatImage& make(const Rect& work, const Rect& visible, const SourceRows& source,
+                           const PlaneSizes& sizes, const RenderSettings& settings, WorkerPool* pool);
 
   private:
     // Rows of one column of tiles, blurred horizontally; row y stands at y % capacity.
@@ -54,6 +54,7 @@ class GlowBands {
     std::vector<Band> bands;
     AveragedWindow window;
     std::vector<const float*> rows;  // of the latest tile, from the top of its working rectangle
+    FloatImage glow;
 };
 
 }  // namespace veil

@@ -53,11 +53,12 @@ BilinearPlan planBilinear(const Rect& source, const Rect& target, Map map) {
 
 }  // namespace
 
-Rect BoxPlan::reads() const {
-    if (rows.empty() || columnCount == 0) return {};
+Rect BoxPlan::reads(int first, int end) const {
+    if (first >= end || columnCount == 0) return {};
     const auto rowAt = [&](int y) { return sourceRect.y0 + clampIndex(y, sourceRect.height()); };
     const int x0 = sourceRect.x0 + firstColumn;
-    return {x0, rowAt(rows.front() - kBoxHalf), x0 + columnCount, rowAt(rows.back() + kBoxHalf) + 1};
+    return {x0, rowAt(rows[static_cast<std::size_t>(first)] - kBoxHalf), x0 + columnCount,
+            rowAt(rows[static_cast<std::size_t>(end - 1)] + kBoxHalf) + 1};
 }
 
 BoxPlan planBoxes(const Rect& sourceRect, const Rect& target, int imageWidth, int imageHeight, int workWidth,

@@ -24,7 +24,9 @@ struct BoxPlan {
     int insideBegin = 0, insideEnd = 0;  ///< no box of the working columns between them leaves the source
 
     /// The pixels of the image plane that the boxes read; they lie inside the source.
-    Rect reads() const;
+    Rect reads() const { return reads(0, static_cast<int>(rows.size())); }
+    /// The same for rows `first` up to `end` of the plan.
+    Rect reads(int first, int end) const;
 };
 
 /// The boxes of `target`, pixels of the working plane.

@@ -5,6 +5,7 @@
 // outside.
 
 #include <functional>
+#include <utility>
 
 #include "engine/image.h"
 
@@ -16,12 +17,17 @@ struct SourceRows {
     /// samples that stay put, or `scratch`, filled. Any thread of a pool, several at once. What it throws
     /// leaves the pass.
     using Read = std::function<const float*(int x, int y, int count, float* scratch)>;
+    /// Called for rows `first` up to `end` before another thread than the pass's own reads them, on that one
+    /// and from the top on; rows may come twice. May be empty.
+    using Bring = std::function<void(int first, int end)>;
 
     Rect rect;
     Read read;
+    Bring bring;
 
     SourceRows() = default;
-    SourceRows(const Rect& r, Read reader) : rect(r), read(std::move(reader)) {}
+    SourceRows(const Rect& r, Read reader, Bring bringer = {})
+        : rect(r), read(std::move(reader)), bring(std::move(bringer)) {}
     /// Interleaved samples of `r` in memory.
     SourceRows(const Rect& r, const float* pixels)
         : rect(r), read([r, pixels](int x, int y, int, float*) {
@@ -31,8 +37,20 @@ struct SourceRows {
           }) {}
 };
 
-/// Takes the finished row `y`, interleaved RGB of the output rectangle's columns, which it must copy. Each
-/// row comes once, on any thread of the pool.
-using OutputRows = std::function<void(int y, const float* pixels)>;
+/// Where finished rows go.
+struct OutputRows {
+    /// Takes row `y`, interleaved RGB of the output rectangle's columns, which it must copy. Each row comes
+    /// once, on any thread of the pool.
+    using Store = std::function<void(int y, const float* pixels)>;
+    /// Called for rows that another thread than the pass's own has stored, on that one. May be empty.
+    using Collect = std::function<void(int first, int end)>;
+
+    Store store;
+    Collect collect;
+
+    template <class Callable>
+    OutputRows(Callable storer, Collect collector = {})
+        : store(std::move(storer)), collect(std::move(collector)) {}
+};
 
 }  // namespace veil

@@ -4,6 +4,48 @@
 
 namespace veil {
 
+namespace {
+
+void pause() {
+#if defined(__x86_64__)
+    __builtin_ia32_pause();
+#endif
+}
+
+// A system's sleep and wake-up take longer than most waits between the passes of a tile, so a thread looks a
+// while, some 15 microseconds, whether its turn comes.
+template <class IsReady>
+void await(std::unique_lock<std::mutex>& lock, std::condition_variable& changed, IsReady isReady) {
+    constexpr int kLooks = 30, kPauses = 16;
+    for (int i = 0; i < kLooks && !isReady(); ++i) {
+        lock.unlock();
+        for (int k = 0; k < kPauses; ++k) pause();
+        lock.lock();
+    }
+    changed.wait(lock, isReady);
+}
+
+}  // namespace
+
+// How far the chunks of one job are. Those before `taken` went to workers, those up to `brought` wait for
+// one, those from `back` on are the caller's.
+struct WorkerPool::Chunks {
+    const int start, end, height;
+    int brought = 0, taken = 0, back;
+    std::vector<int> finished;  // by workers, and not collected
+    bool isStopped = false;
+
+    Chunks(int first, int last, int rows)
+        : start(first), end(last), height(rows), back((last - first + rows - 1) / rows) {
+        finished.reserve(static_cast<std::size_t>(back));
+    }
+    bool isGivenOut() const { return isStopped || taken == back; }
+    void run(const Job& job, int chunk) const {
+        const int first = start + chunk * height;
+        if (job) job(first, std::min(first + height, end));
+    }
+};
+
 int defaultWorkerCount() {
     const int hardware = static_cast<int>(std::thread::hardware_concurrency());
     return hardware >= 2 ? hardware - 1 : 0;
@@ -40,7 +82,7 @@ void WorkerPool::workerMain(std::size_t index) {
     std::unique_lock lock(mutex);
     unsigned seen = 0;
     for (;;) {
-        wake.wait(lock, [&] { return generation != seen; });
+        await(lock, wake, [&] { return generation != seen; });
         if (stopping) return;
         seen = generation;
         const auto [first, end] = ranges[index];
@@ -75,29 +117,114 @@ void WorkerPool::parallelFor(int start, int end, const Job& work) {
         const int first = std::min(i * chunk + start, end);
         ranges[static_cast<std::size_t>(i)] = {first, std::min(first + chunk, end)};
     }
+    runOnAll(work, [&] {
+        const auto [first, last] = ranges.back();
+        if (last > first) work(first, last);
+    });
+}
+
+void WorkerPool::runOnAll(const Job& workersJob, const std::function<void()>& callersPart) {
     {
         const std::lock_guard lock(mutex);
-        job = work;
-        pending = static_cast<unsigned>(workers);
+        job = workersJob;
+        pending = static_cast<unsigned>(workerCount());
         ++generation;
     }
     wake.notify_all();
 
     std::exception_ptr failure;
-    const auto [first, last] = ranges.back();
     try {
-        if (last > first) work(first, last);
+        callersPart();
     } catch (...) {
         failure = std::current_exception();
     }
     {
         // Nothing may leave before the workers are done: the job's data lies on the caller's stack.
         std::unique_lock lock(mutex);
-        done.wait(lock, [&] { return pending == 0; });
+        await(lock, done, [&] { return pending == 0; });
         if (!failure) failure = std::move(error);
         error = nullptr;
     }
     if (failure) std::rethrow_exception(failure);
+}
+
+void WorkerPool::shareRows(int start, int end, int height, const MakeJob& makeJob, const Ferry& ferry) {
+    if (end <= start) return;
+    const int workers = workerCount();
+    if (workers == 0) {
+        makeJob()(start, end);
+        return;
+    }
+    std::vector<Job> jobs;
+    for (int i = 0; i <= workers; ++i) {
+        jobs.push_back(makeJob());
+        ranges[static_cast<std::size_t>(i)] = {i, i + 1};
+    }
+    Chunks chunks(start, end, height);
+    runOnAll([&](int worker, int) { takeChunks(chunks, jobs[static_cast<std::size_t>(worker)]); },
+             [&] { giveChunks(chunks, jobs.back(), ferry); });
+}
+
+void WorkerPool::takeChunks(Chunks& chunks, const Job& work) {
+    std::unique_lock lock(mutex);
+    for (;;) {
+        await(lock, wake, [&] { return chunks.taken < chunks.brought || chunks.isGivenOut(); });
+        if (chunks.isGivenOut()) return;
+        const int chunk = chunks.taken++;
+        lock.unlock();
+        try {
+            chunks.run(work, chunk);
+        } catch (...) {
+            lock.lock();
+            chunks.isStopped = true;
+            wake.notify_all();
+            done.notify_one();
+            throw;
+        }
+        lock.lock();
+        chunks.finished.push_back(chunk);
+        done.notify_one();
+    }
+}
+
+// The caller collects first, since a finished chunk is still in the cache, then sees to it that no worker
+// waits, and works itself where nothing else is to do. A chunk that no worker has taken yet stays its own.
+void WorkerPool::giveChunks(Chunks& chunks, const Job& work, const Ferry& ferry) {
+    const int ahead =
+        2 * workerCount();  // chunks that lie ready, more than finish during one of the caller's
+    std::unique_lock lock(mutex);
+    const auto unlocked = [&](const Job& step, int chunk) {
+        lock.unlock();
+        try {
+            chunks.run(step, chunk);
+        } catch (...) {
+            lock.lock();
+            chunks.isStopped = true;
+            wake.notify_all();
+            throw;
+        }
+        lock.lock();
+    };
+    int collected = 0;
+    while (!chunks.isStopped && (chunks.taken < chunks.back || collected < chunks.taken)) {
+        if (!chunks.finished.empty()) {
+            const int chunk = chunks.finished.back();
+            chunks.finished.pop_back();
+            ++collected;
+            unlocked(ferry.collect, chunk);
+        } else if (chunks.brought < chunks.back && chunks.brought - chunks.taken < ahead) {
+            unlocked(ferry.bring, chunks.brought);
+            ++chunks.brought;
+            wake.notify_all();
+        } else if (chunks.taken < chunks.back) {
+            --chunks.back;
+            chunks.brought = std::min(chunks.brought, chunks.back);
+            if (chunks.isGivenOut()) wake.notify_all();
+            unlocked(work, chunks.back);
+        } else {
+            await(lock, done, [&] { return chunks.isStopped || !chunks.finished.empty(); });
+        }
+    }
 }
 
 void runRows(WorkerPool* pool, int start, int end, const WorkerPool::Job& job) {
@@ -105,6 +232,14 @@ void runRows(WorkerPool* pool, int start, int end, const WorkerPool::Job& job) {
         pool->parallelFor(start, end, job);
     else
         job(start, end);
+}
+
+void runChunks(WorkerPool* pool, int start, int end, int height, const WorkerPool::MakeJob& makeJob,
+               const WorkerPool::Ferry& ferry) {
+    if (pool)
+        pool->shareRows(start, end, height, makeJob, ferry);
+    else if (start < end)
+        makeJob()(start, end);
 }
 
 }  // namespace veil

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <limits>
 #include <optional>
+#include <thread>
 
 #include "engine/geometry.h"
 #include "engine/render.h"
@@ -87,31 +88,48 @@ bool requestTile(const Run& run, const Rect& need, const Rect& tile) {
     return false;
 }
 
-// Rows of `pixels` as floats.
-SourceRows rowsOf(HostPixels& pixels, const Rect& rect, const RowConversion& conversion) {
-    return {rect, [&](int x, int y, int count, float* scratch) {
-                conversion.read(pixels.at(x, y), scratch, count * 3);
-                return scratch;
-            }};
+bool isHostsThread(std::thread::id hostsThread) { return std::this_thread::get_id() == hostsThread; }
+
+// Rows of `buffer` as floats, from the host's memory on its own thread. The pool's threads see `copies` of
+// the rows that were brought.
+SourceRows rowsFrom(const HostBuffer& buffer, HostPixels& copies, const RowConversion& conversion) {
+    const auto read = [&, host = std::this_thread::get_id()](int x, int y, int count, float* scratch) {
+        const unsigned char* from = isHostsThread(host) ? buffer.at(x, y) : copies.at(x, y);
+        conversion.read(from, scratch, count * 3);
+        return scratch;
+    };
+    const auto bring = [&, next = copies.rect.y0](int first, int end) mutable {
+        // A row that came before may be read at this moment.
+        copyFromHost(buffer, std::max(first, next), end, copies);
+        next = std::max(next, end);
+    };
+    return {buffer.rect, read, bring};
 }
 
-// The pool's threads see copies of the host's pixels only, and of no more than they read.
+OutputRows rowsTo(const HostBuffer& buffer, HostPixels& copies, const RowConversion& conversion) {
+    const int x = buffer.rect.x0, count = buffer.rect.width() * 3;
+    const auto store = [&, x, count, host = std::this_thread::get_id()](int y, const float* row) {
+        conversion.write(row, isHostsThread(host) ? buffer.at(x, y) : copies.at(x, y), count);
+    };
+    const auto collect = [&](int first, int end) { copyToHost(copies, first, end, buffer); };
+    return {store, collect};
+}
+
 void renderTile(Run& run, const Rect& need, const Rect& tile, WorkerPool& pool) {
     const FilterRecord& r = *gFilterRecord;
     const RowConversion conversion = rowConversion(r.depth);
     const std::size_t pixelBytes = 3 * conversion.sampleBytes;
-    const TileReads reads = run.renderer->reads(need, tile);
-    run.averaged.reshape(reads.averaged, pixelBytes);
-    run.picture.reshape(reads.picture, pixelBytes);
-    run.output.reshape(tile, pixelBytes);
-    copyFromHost(r.inData, r.inRowBytes, need, run.averaged);
-    copyFromHost(r.inData, r.inRowBytes, need, run.picture);
-    const auto store = [&](int y, const float* row) {
-        conversion.write(row, run.output.at(tile.x0, y), tile.width() * 3);
-    };
-    run.renderer->render(
-        tile, {rowsOf(run.averaged, need, conversion), rowsOf(run.picture, need, conversion)}, store, &pool);
-    copyToHost(run.output, r.outData, r.outRowBytes);
+    if (pool.workerCount() > 0) {
+        const TileReads reads = run.renderer->reads(need, tile);
+        run.averaged.reshape(reads.averaged, pixelBytes);
+        run.picture.reshape(reads.picture, pixelBytes);
+        run.output.reshape(tile, pixelBytes);
+    }
+    const HostBuffer in(need, pixelBytes, r.inData, r.inRowBytes);
+    const HostBuffer out(tile, pixelBytes, r.outData, r.outRowBytes);
+    run.renderer->render(tile,
+                         {rowsFrom(in, run.averaged, conversion), rowsFrom(in, run.picture, conversion)},
+                         rowsTo(out, run.output, conversion), &pool);
 }
 
 std::int32_t progressCount(std::int64_t tiles) {

@@ -44,22 +44,16 @@ void HostPixels::reshape(const Rect& r, std::size_t bytesAPixel) {
     pixelBytes = bytesAPixel;
 }
 
-void copyFromHost(const void* source, std::int32_t rowBytes, const Rect& hostRect, HostPixels& pixels) {
-    if (pixels.rect.isEmpty()) return;
+void copyFromHost(const HostBuffer& buffer, int first, int end, HostPixels& pixels) {
     const std::size_t length = static_cast<std::size_t>(pixels.rect.width()) * pixels.pixelBytes;
-    const auto* first = static_cast<const unsigned char*>(source) +
-                        static_cast<std::size_t>(pixels.rect.x0 - hostRect.x0) * pixels.pixelBytes;
-    for (int y = pixels.rect.y0; y < pixels.rect.y1; ++y)
-        std::memcpy(pixels.at(pixels.rect.x0, y),
-                    first + static_cast<std::ptrdiff_t>(y - hostRect.y0) * rowBytes, length);
+    for (int y = first; y < end; ++y)
+        std::memcpy(pixels.at(pixels.rect.x0, y), buffer.at(pixels.rect.x0, y), length);
 }
 
-void copyToHost(const HostPixels& pixels, void* destination, std::int32_t rowBytes) {
+void copyToHost(HostPixels& pixels, int first, int end, const HostBuffer& buffer) {
     const std::size_t length = static_cast<std::size_t>(pixels.rect.width()) * pixels.pixelBytes;
-    const unsigned char* in = pixels.bytes.data();
-    auto* out = static_cast<unsigned char*>(destination);
-    for (int y = 0; y < pixels.rect.height(); ++y, in += length, out += rowBytes)
-        std::memcpy(out, in, length);
+    for (int y = first; y < end; ++y)
+        std::memcpy(buffer.at(pixels.rect.x0, y), pixels.at(pixels.rect.x0, y), length);
 }
 
 }  // namespace veil

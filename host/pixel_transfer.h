@@ -32,6 +32,21 @@ void readPixels(const void* source, std::int32_t rowBytes, const Rect& rect, std
 void writePixels(const std::vector<float>& buffer, void* destination, std::int32_t rowBytes,
                  std::int32_t width, std::int32_t height, std::int32_t depth);
 
+/// A buffer of the host over a rectangle. Only the host's own thread may look into it.
+struct HostBuffer {
+    Rect rect;
+    std::size_t pixelBytes;
+    unsigned char* first;
+    std::ptrdiff_t rowBytes;
+
+    HostBuffer(const Rect& r, std::size_t bytesAPixel, void* data, std::int32_t bytesARow)
+        : rect(r), pixelBytes(bytesAPixel), first(static_cast<unsigned char*>(data)), rowBytes(bytesARow) {}
+    /// Pixel (x, y) of the rectangle's plane.
+    unsigned char* at(int x, int y) const {
+        return first + (y - rect.y0) * rowBytes + (x - rect.x0) * static_cast<std::ptrdiff_t>(pixelBytes);
+    }
+};
+
 /// Pixels of a rectangle in the host's samples, row by row without gaps: what threads work on in place of the
 /// host's memory.
 struct HostPixels {
@@ -51,9 +66,9 @@ struct HostPixels {
     }
 };
 
-/// Fills `pixels` from the host's buffer over `hostRect`, in which they lie. [host's thread]
-void copyFromHost(const void* source, std::int32_t rowBytes, const Rect& hostRect, HostPixels& pixels);
-/// Writes all of `pixels` to the host's buffer over the same rectangle. [host's thread]
-void copyToHost(const HostPixels& pixels, void* destination, std::int32_t rowBytes);
+/// Rows `first` up to `end` of `pixels`, whose rectangle lies in the buffer's, from there or to there.
+/// [host's thread]
+void copyFromHost(const HostBuffer& buffer, int first, int end, HostPixels& pixels);
+void copyToHost(HostPixels& pixels, int first, int end, const HostBuffer& buffer);
 
 }  // namespace veil

@@ -37,7 +37,7 @@ Image gaussian(const Image& source, float radius, Axis axis) {
     std::vector<const float*> rows;
     for (int y = 0; y < source.height(); ++y) rows.push_back(source.row(y));
     blurAcrossRows(radius, rows, 0, source.height(), static_cast<int>(source.rowLength()), result.row(0),
-                   result.rowLength());
+                   result.rowLength(), nullptr);
     return result;
 }
 

@@ -5,6 +5,7 @@
 #include <pthread.h>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <cerrno>
 #include <chrono>
@@ -12,6 +13,7 @@
 #include <stdexcept>
 #include <string>
 #include <system_error>
+#include <vector>
 
 using namespace veil;
 
@@ -142,6 +144,91 @@ TEST_CASE("a failed slice reaches the caller only after all others have ended, a
             CHECK(caught == (callerFails ? "caller" : failingWorkers > 0 ? "worker" : "nothing"));
             CHECK(std::equal(finished, finished + kWorkers + 1, std::begin({2, 2, 2, 1})));
             CHECK(slicesOf(pool, 0, kWorkers + 1).size() == kWorkers + 1);
+        }
+    }
+}
+
+TEST_CASE("shared rows run once each, and those of workers are ferried by the caller before and after") {
+    for (const int workers : {0, 1, 3}) {
+        for (const auto& [start, end, height] :
+             {std::array{5, 5, 2}, {7, 5, 2}, {0, 1, 8}, {-3, 61, 4}, {2, 64, 9}}) {
+            INFO("workers ", workers, ", rows ", start, " to ", end, " by ", height);
+            WorkerPool pool(workers);
+            // Not atomic: what the ferry does not keep apart races.
+            struct Row {
+                int brought = 0, done = 0, collected = 0;
+                bool byWorker = false;
+            };
+            std::vector<Row> rows(80);
+            const auto at = [&](int y) -> Row& { return rows.at(static_cast<std::size_t>(y + 8)); };
+            const std::thread::id caller = std::this_thread::get_id();
+            std::atomic<int> misplaced = 0;
+            int made = 0, broughtEnd = start;
+            const auto makeJob = [&]() -> WorkerPool::Job {
+                ++made;
+                return [&, running = 0](int first, int last) mutable {
+                    misplaced += ++running != 1;
+                    misplaced += workers > 0 &&
+                                 ((first - start) % height != 0 || last != std::min(first + height, end));
+                    for (int y = first; y < last; ++y) {
+                        Row& row = at(y);
+                        row.byWorker = std::this_thread::get_id() != caller;
+                        misplaced += row.byWorker && row.brought != 1;
+                        ++row.done;
+                    }
+                    std::this_thread::sleep_for(std::chrono::microseconds(first % 3 * 100));
+                    --running;
+                };
+            };
+            const WorkerPool::Job bring = [&](int first, int last) {
+                misplaced += std::this_thread::get_id() != caller || first != broughtEnd;
+                for (int y = first; y < last; ++y) misplaced += at(y).done + at(y).brought++;
+                broughtEnd = last;
+            };
+            const WorkerPool::Job collect = [&](int first, int last) {
+                misplaced += std::this_thread::get_id() != caller;
+                for (int y = first; y < last; ++y) misplaced += !at(y).byWorker || at(y).collected++ > 0;
+            };
+            pool.shareRows(start, end, height, makeJob, {bring, collect});
+            int wrong = 0;
+            for (int y = -8; y < 72; ++y)
+                wrong += at(y).done != (y >= start && y < end) || at(y).collected != at(y).byWorker;
+            CHECK(wrong == 0);
+            CHECK(misplaced == 0);
+            CHECK(made == (start < end ? workers + 1 : 0));
+        }
+    }
+}
+
+TEST_CASE("whatever fails while rows are shared ends the job for all threads, and the pool works on") {
+    enum Part { making, bringing, callersWork, workersWork, collecting };
+    WorkerPool pool(2);
+    const std::thread::id caller = std::this_thread::get_id();
+    for (const Part failing : {making, bringing, callersWork, workersWork, collecting}) {
+        for (int passes = 0; passes < 3; ++passes) {
+            INFO("part ", failing, " after ", passes);
+            std::atomic<int> untilFailure = passes, begun = 0;
+            std::atomic<bool> failed = false;
+            const auto part = [&](Part which) {
+                if (which != failing || untilFailure-- > 0) return;
+                failed = true;
+                throw std::runtime_error("part");
+            };
+            const auto makeJob = [&]() -> WorkerPool::Job {
+                part(making);
+                return [&](int, int) {
+                    ++begun;
+                    std::this_thread::sleep_for(std::chrono::microseconds(100));
+                    if (std::this_thread::get_id() != caller) return part(workersWork);
+                    while (failing == workersWork && !failed) std::this_thread::yield();
+                    part(callersWork);
+                };
+            };
+            const WorkerPool::Ferry ferry{[&](int, int) { part(bringing); },
+                                          [&](int, int) { part(collecting); }};
+            CHECK_THROWS_AS(pool.shareRows(0, 3000, 1, makeJob, ferry), std::runtime_error);
+            CHECK(begun < 3000);
+            CHECK(slicesOf(pool, 0, 3).size() == 3);
         }
     }
 }
