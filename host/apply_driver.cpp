@@ -94,8 +94,9 @@ bool isHostsThread(std::thread::id hostsThread) { return std::this_thread::get_i
 // the rows that were brought.
 SourceRows rowsFrom(const HostBuffer& buffer, HostPixels& copies, const RowConversion& conversion) {
     const auto read = [&, host = std::this_thread::get_id()](int x, int y, int count, float* scratch) {
-        const unsigned char* from = isHostsThread(host) ? buffer.at(x, y) : copies.at(x, y);
-        conversion.read(from, scratch, count * 3);
+        const bool isHosts = isHostsThread(host);
+        if (isHosts) expectPixels(buffer, x, y + kRowsAhead, count);
+        conversion.read(isHosts ? buffer.at(x, y) : copies.at(x, y), scratch, count * 3);
         return scratch;
     };
     const auto bring = [&, next = copies.rect.y0](int first, int end) mutable {

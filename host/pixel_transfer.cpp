@@ -44,10 +44,20 @@ void HostPixels::reshape(const Rect& r, std::size_t bytesAPixel) {
     pixelBytes = bytesAPixel;
 }
 
+void expectPixels(const HostBuffer& buffer, int x, int y, int count) {
+    constexpr std::size_t kLine = 64;
+    if (y >= buffer.rect.y1) return;
+    const unsigned char* from = buffer.at(x, y);
+    const std::size_t length = static_cast<std::size_t>(count) * buffer.pixelBytes;
+    for (std::size_t i = 0; i < length; i += kLine) __builtin_prefetch(from + i);
+}
+
 void copyFromHost(const HostBuffer& buffer, int first, int end, HostPixels& pixels) {
     const std::size_t length = static_cast<std::size_t>(pixels.rect.width()) * pixels.pixelBytes;
-    for (int y = first; y < end; ++y)
+    for (int y = first; y < end; ++y) {
+        expectPixels(buffer, pixels.rect.x0, y + kRowsAhead, pixels.rect.width());
         std::memcpy(pixels.at(pixels.rect.x0, y), buffer.at(pixels.rect.x0, y), length);
+    }
 }
 
 void copyToHost(HostPixels& pixels, int first, int end, const HostBuffer& buffer) {

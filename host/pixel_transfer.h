@@ -66,6 +66,12 @@ struct HostPixels {
     }
 };
 
+constexpr int kRowsAhead = 2;  // how early to expect a row
+
+/// Has the processor fetch `count` pixels from (x, y) on, if the buffer has that row: rows lie too far apart
+/// for it to see which comes next. [host's thread]
+void expectPixels(const HostBuffer& buffer, int x, int y, int count);
+
 /// Rows `first` up to `end` of `pixels`, whose rectangle lies in the buffer's, from there or to there.
 /// [host's thread]
 void copyFromHost(const HostBuffer& buffer, int first, int end, HostPixels& pixels);

@@ -2,8 +2,15 @@
 
 namespace veil {
 
+VEIL_ALWAYS_INLINE static inline Pixels tinted(Floats r, Floats g, Floats b, const ComposeConstants& c) {
+    return {saturate(r * c.tintR * c.strength), saturate(g * c.tintG * c.strength),
+            saturate(b * c.tintB * c.strength)};
+}
+
 // Saturation, tint and strength.
 VEIL_ALWAYS_INLINE static inline Pixels shapeGlow(Floats r, Floats g, Floats b, const ComposeConstants& c) {
+    // At 1 the saturation changes no bit of what a blur makes of a picture: the grey is 0, and l / l is 1.
+    if (c.saturation == 1.0f && areBelowTwo(r, g, b)) return tinted(r, g, b, c);
     const Floats l = luma(r, g, b);
     const Floats grey = (1.0f - c.saturation) * l, zero = all(0.0f);
     r = larger(zero, r * c.saturation + grey);
@@ -12,8 +19,7 @@ VEIL_ALWAYS_INLINE static inline Pixels shapeGlow(Floats r, Floats g, Floats b, 
     // The clip at 0 may have taken light away; the luma stays that of the glow.
     const Floats clippedLuma = luma(r, g, b);
     const Floats back = clippedLuma > all(kEpsilon) ? l / clippedLuma : all(1.0f);
-    return {saturate(r * back * c.tintR * c.strength), saturate(g * back * c.tintG * c.strength),
-            saturate(b * back * c.tintB * c.strength)};
+    return tinted(r * back, g * back, b * back, c);
 }
 
 // What is left of the glow where the source is dark.

@@ -67,9 +67,39 @@ static void expandRow(const float* row, const BilinearColumn* columns, float* ou
     for (int i = 0; i < pixels; ++i) storePixel(out + i * 3, columnOf(row, columns[i]), i + 1 < pixels);
 }
 
+#if defined(__AVX512F__)
+// A vector of columns whose pixels all lie in 32 samples, which two registers hold; false if they don't.
+VEIL_ALWAYS_INLINE static inline bool expandNear(const float* row, const BilinearColumn* columns, float* r,
+                                                 float* g, float* b) {
+    const Pixels fields = loadPixels(reinterpret_cast<const float*>(columns), kLanes);
+    const int base = columns[0].left, last = columns[kLanes - 1].right - base;
+    if (last < 0 || last + 3 > 2 * kLanes) return false;
+    const Ints left = reinterpret_cast<Ints>(fields.r) - base,
+               right = reinterpret_cast<Ints>(fields.g) - base;
+    const __m512i limit = _mm512_set1_epi32(last);
+    if ((_mm512_cmpgt_epu32_mask(reinterpret_cast<__m512i>(left), limit) |
+         _mm512_cmpgt_epu32_mask(reinterpret_cast<__m512i>(right), limit)) != 0)
+        return false;
+    const Floats low = load(row + base, lanesFrom(last + 3, 0));
+    const Floats high = load(row + base + kLanes, lanesFrom(last + 3, kLanes));
+    const auto channel = [&](int c) VEIL_ALWAYS_INLINE -> Floats {
+        const Floats a = _mm512_permutex2var_ps(low, reinterpret_cast<__m512i>(left + c), high);
+        const Floats z = _mm512_permutex2var_ps(low, reinterpret_cast<__m512i>(right + c), high);
+        return (1.0f - fields.b) * a + fields.b * z;
+    };
+    store(r, channel(0), kLanes);
+    store(g, channel(1), kLanes);
+    store(b, channel(2), kLanes);
+    return true;
+}
+#endif
+
 static void expandRowToPlanes(const float* row, const BilinearColumn* columns, float* r, float* g, float* b,
                               int pixels) {
     int i = 0;
+#if defined(__AVX512F__)
+    while (i + kLanes <= pixels && expandNear(row, columns + i, r + i, g + i, b + i)) i += kLanes;
+#endif
     for (; i + 4 <= pixels; i += 4) {  // four pixels, transposed
         const Quad p0 = columnOf(row, columns[i]), p1 = columnOf(row, columns[i + 1]);
         const Quad p2 = columnOf(row, columns[i + 2]), p3 = columnOf(row, columns[i + 3]);

@@ -2,6 +2,7 @@
 
 #include <doctest/doctest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -39,7 +40,7 @@ struct Rows {
     int pixels, shift;
     std::vector<unsigned char> in[7], out[2];
     std::vector<int> centres;
-    std::vector<BilinearColumn> columns, planeColumns;
+    std::vector<BilinearColumn> columns, ascending, planeColumns;
 
     Rows(int pixelCount, int shiftBytes, int seed) : pixels(pixelCount), shift(shiftBytes) {
         for (int k = 0; k < 7; ++k) {
@@ -55,6 +56,9 @@ struct Rows {
             const int right = left + (i % 5 > 0 && left + 1 < pixels ? 1 : 0);
             centres.push_back(i * 2 % pixels);
             columns.push_back({left * 3, right * 3, static_cast<float>(i % 4) * 0.25f});
+            const int next = i * (1 + pixels % 4) / 4;
+            ascending.push_back(
+                {next * 3, std::min(next + 1, pixels - 1) * 3, static_cast<float>(i % 3) * 0.4f});
             planeColumns.push_back({left, right, static_cast<float>(i % 4) * 0.25f});
         }
     }
@@ -76,7 +80,8 @@ struct Kernel {
 };
 
 ComposeConstants composing(const Rows& r) {
-    return {0.8f + static_cast<float>(r.pixels % 3),
+    constexpr float kSaturations[] = {0.8f, 1.0f, 1.8f};
+    return {kSaturations[r.pixels % 3],
             0.7f,
             r.pixels % 2 == 0 ? 0.2f : 0.0f,
             1.0f,
@@ -116,6 +121,10 @@ const Kernel kKernels[] = {
     {"expandRowToPlanes",
      CALL(float* out = r.to(0);
           k.expandRowToPlanes(r.at(0), r.columns.data(), out, out + r.pixels, out + 2 * r.pixels, r.pixels)),
+     3},
+    {"expandRowToPlanes, ascending",
+     CALL(float* out = r.to(0); k.expandRowToPlanes(r.at(0), r.ascending.data(), out, out + r.pixels,
+                                                    out + 2 * r.pixels, r.pixels)),
      3},
     {"expandPlaneRow", CALL(k.expandPlaneRow(r.at(0), r.planeColumns.data(), r.to(0), r.pixels)), 1},
     {"lerpRows", CALL(k.lerpRows(r.at(0), r.at(1), 0.3f, r.to(0), r.count())), 3},
