@@ -58,18 +58,17 @@ void drawPane(const Canvas& canvas, int x, int y, int width, int height,
 }
 
 void paintTitleBars(const Canvas& canvas, int y) {
-    struct Case {
+    const struct {
         const wchar_t* name;
         int width;
         bool banner, closeHot, closePressed;
-    };
-    const Case cases[] = {{L"banner", 300, true, false, false},
-                          {L"title, close hot", 300, false, true, false},
-                          {L"title, close pressed", 300, false, true, true},
-                          {L"narrow", 148, true, false, true}};
+    } cases[] = {{L"banner", 300, true, false, false},
+                 {L"title, close hot", 300, false, true, false},
+                 {L"title, close pressed", 300, false, true, true},
+                 {L"narrow", 148, true, false, true}};
     const TextFormatHolder title = font(13.0f, 600);
     int x = 20;
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         writeCaption(canvas, x, y, c.name);
         drawPane(canvas, x, y + 20, c.width, 64, [&](RenderTarget* pane) {
             const BitmapHolder banner = c.banner ? loadBannerBitmap(pane, kBannerId) : nullptr;
@@ -81,128 +80,81 @@ void paintTitleBars(const Canvas& canvas, int y) {
     }
 }
 
-void paintButtons(const Canvas& canvas, int y) {
-    struct Case {
-        const wchar_t* name;
-        float hover;
-        bool pressed, enabled;
-    };
-    const Case cases[] = {{L"normal", 0.0f, false, true},           {L"hover 0.5", 0.5f, false, true},
-                          {L"hover 1", 1.0f, false, true},          {L"pressed", 1.0f, true, true},
-                          {L"disabled", 0.0f, false, false},        {L"disabled, hover", 1.0f, false, false},
-                          {L"disabled, pressed", 0.0f, true, false}};
-    const TextFormatHolder format = font(13.0f, 600);
-    int x = 20;
-    for (const Case& c : cases) {
-        writeCaption(canvas, x, y, c.name);
-        for (const bool primary : {true, false}) {
-            const int top = y + (primary ? 20 : 60);
-            ControlRecord button{1, x, top, x + 92, top + 32, primary ? L"OK" : L"Cancel", primary};
-            button.pressed = c.pressed;
-            button.enabled = c.enabled;
-            drawButton(canvas.target, format.get(), button, c.hover);
-        }
-        x += 112;
-    }
-    ControlRecord wide{1, x, y + 20, x + 180, y + 50, L"Save Preset..."};
-    drawButton(canvas.target, format.get(), wide, 0.0f);
-}
+// Flags: a accented, h hot, p pressed, d disabled.
+struct State {
+    const wchar_t* flags;
+    float hover;
+    const wchar_t *english, *japanese;
+};
 
-void paintCheckBoxes(const Canvas& canvas, int y) {
-    struct Case {
-        const wchar_t* name;
-        float hover;
-        bool checked;
-        const wchar_t *english, *japanese;
-    };
-    const Case cases[] = {{L"unchecked", 0.0f, false, L"Toggle preview", L"表示を切り替え"},
-                          {L"hover", 1.0f, false, L"Toggle preview", L"表示を切り替え"},
-                          {L"checked", 0.0f, true, L"Save the selected layer as glow",
-                           L"選択中のレイヤーをグローとして保存する"},
-                          {L"checked, hover", 1.0f, true, L"Advanced mode (show Fog / Light Boost)",
-                           L"高機能モード(Fog / Light Boostを表示)"}};
-    const TextFormatHolder format = font(13.0f, 400);
+using DrawControl = void (*)(RenderTarget*, TextFormat*, const ControlRecord&, float hover);
+
+// One kind of widget in a row, its flags and hover above each.
+void paintStates(const Canvas& canvas, int y, DrawControl draw, int weight, SizeF size,
+                 const std::vector<State>& states) {
+    const TextFormatHolder format = font(13.0f, weight);
     int x = 20;
-    for (const Case& c : cases) {
-        const int width = c.checked ? 300 : 150;
-        writeCaption(canvas, x, y, c.name);
-        const ControlRecord box{2,        x, y + 20, x + width, y + 40, canvas.text(c.english, c.japanese),
-                                c.checked};
-        drawCheckBox(canvas.target, format.get(), box, c.hover);
-        x += width + 20;
+    for (const State& state : states) {
+        const std::wstring flags = state.flags;
+        const auto has = [&](wchar_t flag) { return flags.find(flag) != flags.npos; };
+        const int right = x + static_cast<int>(size.width), bottom = y + 20 + static_cast<int>(size.height);
+        writeCaption(canvas, x, y, (flags + (state.hover > 0 ? L" hover" : L"")).c_str());
+        draw(canvas.target, format.get(),
+             {1, x, y + 20, right, bottom, canvas.text(state.english, state.japanese), has(L'a'), has(L'h'),
+              has(L'p'), !has(L'd')},
+             state.hover);
+        x = right + 20;
     }
 }
 
-void paintComboBoxes(const Canvas& canvas, int y) {
-    struct Case {
-        const wchar_t* name;
-        float hover;
-        bool open;
-        const wchar_t *english, *japanese;
-    };
-    const Case cases[] = {{L"closed", 0.0f, false, L"Dusky Veil", L"Dusky Veil"},
-                          {L"hover", 1.0f, false, L"Anamorphic Flare", L"夕暮れのベール"},
-                          {L"open", 0.0f, true, L"A name that is longer than its box",
-                           L"箱に収まりきらないとても長いプリセットの名前"},
-                          {L"open, hover", 1.0f, true, L"Pearl Veil", L"真珠"}};
-    const TextFormatHolder format = font(13.0f, 400);
-    int x = 20;
-    for (const Case& c : cases) {
-        writeCaption(canvas, x, y, c.name);
-        ControlRecord box{3, x, y + 20, x + 220, y + 50, canvas.text(c.english, c.japanese)};
-        box.hot = c.open;
-        drawComboBox(canvas.target, format.get(), box, c.hover);
-        x += 240;
-    }
-}
+const std::vector<State> kButtons = {{L"a", 0, L"OK", L"OK"},         {L"a", 0.5f, L"OK", L"OK"},
+                                     {L"a", 1, L"OK", L"OK"},         {L"ap", 1, L"OK", L"OK"},
+                                     {L"ad", 0, L"OK", L"OK"},        {L"", 0, L"Cancel", L"Cancel"},
+                                     {L"", 1, L"Cancel", L"Cancel"},  {L"p", 1, L"Cancel", L"Cancel"},
+                                     {L"d", 0, L"Cancel", L"Cancel"}, {L"d", 1, L"Cancel", L"Cancel"}};
+const std::vector<State> kCheckBoxes = {
+    {L"", 0, L"Toggle preview", L"表示を切り替え"},
+    {L"", 1, L"Toggle preview", L"表示を切り替え"},
+    {L"a", 0, L"Save the selected layer as glow", L"選択中のレイヤーをグローとして保存する"},
+    {L"a", 1, L"Advanced mode (show Fog / Light Boost)", L"高機能モード(Fog / Light Boostを表示)"}};
+const std::vector<State> kComboBoxes = {
+    {L"", 0, L"Dusky Veil", L"Dusky Veil"},
+    {L"", 1, L"Anamorphic Flare", L"夕暮れのベール"},
+    {L"h", 0, L"A name that is longer than its box", L"箱に収まりきらないとても長いプリセットの名前"},
+    {L"h", 1, L"Pearl Veil", L"真珠"}};
 
 void paintSliders(const Canvas& canvas, int y) {
-    struct Case {
+    const struct {
         const wchar_t* name;
         float minimum, maximum, value, hover;
         bool upHot, downHot;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {L"minimum", 0, 100, 0, 0, false, false},        {L"up hot", 0, 100, 50, 0, true, false},
         {L"down hot", 0, 100, 100, 0, false, true},      {L"middle, hover", 0, 100, 50, 1, false, false},
         {L"minimum, hover", 0, 100, 0, 1, false, false}, {L"no range", 5, 5, 5, 0, false, false}};
-    const TextFormatHolder label = font(13.0f, 400), value = font(13.0f, 600);
     int i = 0;
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         const int x = 20 + 480 * (i % 2), top = y + 44 * (i / 2);
         ++i;
         writeCaption(canvas, x, top, c.name);
         drawSlider(canvas.target, {4, x + 100, top, x + 350, top + 22, c.minimum, c.maximum, c.value},
                    c.hover);
-        write(canvas,
-              {static_cast<float>(x + 360), static_cast<float>(top), static_cast<float>(x + 420),
-               static_cast<float>(top + 22)},
-              (std::to_wstring(static_cast<int>(c.value)) + L"%").c_str(), value.get(), colorAccent,
-              TextAlign::trailing);
         drawSpinner(
             canvas.target,
             {{x + 426, top, x + 446, top + 11}, {x + 426, top + 11, x + 446, top + 22}, c.upHot, c.downHot});
     }
 }
 
-void paintHeaders(const Canvas& canvas, int y) {
-    const TextFormatHolder format = font(11.5f, 600);
-    int x = 20;
-    for (const wchar_t* text : {L"PRESET", L"OUTPUT", L"ADJUSTMENTS"}) {
-        drawSectionHeader(canvas.target, format.get(), {x, y, x + 300, y + 14, text});
-        x += 320;
-    }
-}
-
 void paintWidgets(RenderTarget* target, float scale, Language language) {
     const Canvas canvas{target, scale, language};
     paintTitleBars(canvas, 16);
-    paintButtons(canvas, 116);
-    paintCheckBoxes(canvas, 224);
-    paintComboBoxes(canvas, 280);
-    paintHeaders(canvas, 352);
+    paintStates(canvas, 116, drawButton, 600, {92, 32}, kButtons);
+    paintStates(canvas, 192, drawCheckBox, 400, {285, 20}, kCheckBoxes);
+    paintStates(canvas, 256, drawComboBox, 400, {220, 30}, kComboBoxes);
+    const TextFormatHolder format = font(11.5f, 600);
+    drawSectionHeader(target, format.get(), {20, 340, 320, 354, L"ADJUSTMENTS"});
     paintSliders(canvas, 392);
-    drawWindowFrame(target, 1160, 532);
+    drawWindowFrame(target, 1240, 532);
 }
 
 struct TextRole {
@@ -280,7 +232,7 @@ void paintTexts(RenderTarget* target, float scale, Language language) {
 }  // namespace
 
 const std::vector<Sheet>& sheets() {
-    static const std::vector<Sheet> all = {{L"widgets", 1160, 532, paintWidgets},
+    static const std::vector<Sheet> all = {{L"widgets", 1240, 532, paintWidgets},
                                            {L"texts", 1300, 320, paintTexts}};
     return all;
 }

@@ -15,104 +15,30 @@ namespace {
 
 using Address = void (*)();
 
-template <class Result, class... Arguments>
-Address addressOf(Result (*function)(Arguments...)) {
-    return reinterpret_cast<Address>(function);
-}
-
-const Address kSeam[] = {
-    addressOf(releaseRenderTarget),
-    addressOf(releaseBrush),
-    addressOf(releaseTextFormat),
-    addressOf(releaseBitmap),
-    addressOf(windowScale),
-    addressOf(createWindowRenderTarget),
-    addressOf(createImageRenderTarget),
-    addressOf(imagePixels),
-    addressOf(saveImage),
-    addressOf(beginDraw),
-    addressOf(clearTarget),
-    addressOf(endDraw),
-    addressOf(loseTarget),
-    addressOf(createColorBrush),
-    addressOf(createLinearGradientBrush),
-    addressOf(fillRectangle),
-    addressOf(strokeRectangle),
-    addressOf(fillRoundRect),
-    addressOf(strokeRoundRect),
-    addressOf(drawLine),
-    addressOf(fillEllipse),
-    addressOf(strokeEllipse),
-    addressOf(strokePolyline),
-    addressOf(fillPolygon),
-    addressOf(createTextFormat),
-    addressOf(drawSingleLineText),
-    addressOf(drawWrappedText),
-    addressOf(createPreviewBitmap),
-    addressOf(loadBannerBitmap),
-    addressOf(bitmapSize),
-    addressOf(drawBitmap),
-    addressOf(widenAnsiText),
-    addressOf(createProgressWindow),
-    addressOf(setProgressText),
-    addressOf(setProgressBar),
-    addressOf(showProgressWindow),
-    addressOf(pumpProgressWindow),
-    addressOf(destroyProgressWindow),
-    addressOf(moduleHandle),
-    addressOf(profileSections),
-    addressOf(profileInteger),
-    addressOf(profileText),
-    addressOf(writeProfileText),
-    addressOf(environmentText),
-    addressOf(makeFolder),
-    addressOf(userDisplayLanguage),
-    addressOf(isJapaneseUi),
-    addressOf(localized),
-    addressOf(runModalDialog),
-    addressOf(endModalDialog),
-    addressOf(enableOwner),
-    addressOf(reviveOwner),
-    addressOf(createPopup),
-    addressOf(showPopup),
-    addressOf(runPopup),
-    addressOf(closePopup),
-    addressOf(destroyPopup),
-    addressOf(nativeWindow),
-    addressOf(resizeWindow),
-    addressOf(centreOnOwner),
-    addressOf(roundCorners),
-    addressOf(showWindow),
-    addressOf(fadeIn),
-    addressOf(invalidate),
-    addressOf(repaintNow),
-    addressOf(toScreen),
-    addressOf(focusWindow),
-    addressOf(startTimer),
-    addressOf(stopTimer),
-    addressOf(captureMouse),
-    addressOf(releaseMouse),
-    addressOf(trackLeave),
-    addressOf(createFilteredEditBox),
-    addressOf(templateEditBox),
-    addressOf(placeEditBox),
-    addressOf(editBoxRect),
-    addressOf(showEditBox),
-    addressOf(hideEditBox),
-    addressOf(focusEditBox),
-    addressOf(disableInputMethod),
-    addressOf(setEditText),
-    addressOf(editText),
-    addressOf(selectAll),
-};
-
-}  // namespace
-
 // Volatile, so that no compiler finds out that nobody reads it.
 volatile Address seamSink = nullptr;
 
-// Runs before main, so no linker leaves the table out.
-[[maybe_unused]] static const bool kSunk = [] {
-    for (const Address function : kSeam) seamSink = function;
+template <auto... functions>
+bool sinkAll() {
+    for (const Address function : {reinterpret_cast<Address>(functions)...}) seamSink = function;
     return true;
-}();
+}
+
+}  // namespace
+
+// Runs before main, so no linker leaves the functions out.
+[[maybe_unused]] static const bool kSunk =
+    sinkAll<releaseRenderTarget, releaseBrush, releaseTextFormat, releaseBitmap, windowScale,
+            createWindowRenderTarget, createImageRenderTarget, imagePixels, saveImage, beginDraw, clearTarget,
+            endDraw, loseTarget, createColorBrush, createLinearGradientBrush, fillRectangle, strokeRectangle,
+            fillRoundRect, strokeRoundRect, drawLine, fillEllipse, strokeEllipse, strokePolyline, fillPolygon,
+            createTextFormat, drawSingleLineText, drawWrappedText, createPreviewBitmap, loadBannerBitmap,
+            bitmapSize, drawBitmap, widenAnsiText, createProgressWindow, setProgressText, setProgressBar,
+            showProgressWindow, pumpProgressWindow, destroyProgressWindow, moduleHandle, profileSections,
+            profileInteger, profileText, writeProfileText, environmentText, makeFolder, userDisplayLanguage,
+            isJapaneseUi, localized, runModalDialog, endModalDialog, enableOwner, reviveOwner, createPopup,
+            showPopup, runPopup, closePopup, destroyPopup, nativeWindow, resizeWindow, centreOnOwner,
+            roundCorners, showWindow, fadeIn, invalidate, repaintNow, toScreen, focusWindow, startTimer,
+            stopTimer, captureMouse, releaseMouse, trackLeave, createFilteredEditBox, templateEditBox,
+            placeEditBox, editBoxRect, showEditBox, hideEditBox, focusEditBox, disableInputMethod,
+            setEditText, editText, selectAll>();
