@@ -142,14 +142,13 @@ TEST_CASE(
     painted(10, 10, 1, [](RenderTarget*) {});
     const std::vector<std::uint8_t> preview = {10, 200, 90, 0, 250, 20, 30, 0};
     const TextFormatHolder format = createTextFormat(kFontFamily, 13.0f, 600);  // outlives the targets
-    const gallery::Sheet& sheet = gallery::sheets().front();
     struct Scene {
         RenderTargetHolder target;
         BitmapHolder banner, preview;  // released before their target
     };
     const auto make = [&](float scale) {
-        Scene scene{createImageRenderTarget(windowSizePx(sheet.widthDip, scale),
-                                            windowSizePx(sheet.heightDip, scale), scale),
+        Scene scene{createImageRenderTarget(windowSizePx(gallery::kSheetWidth, scale),
+                                            windowSizePx(gallery::kSheetHeight, scale), scale),
                     nullptr, nullptr};
         scene.banner = loadBannerBitmap(scene.target.get(), kBannerId);
         scene.preview = createPreviewBitmap(scene.target.get(), preview.data(), 2, 1);
@@ -160,7 +159,7 @@ TEST_CASE(
         RenderTarget* const target = scene.target.get();
         beginDraw(target);
         clearTarget(target, colorWindow);
-        sheet.paint(target, scale, gallery::Language::japanese);
+        gallery::paintSheet(target, scale, gallery::Language::japanese);
         drawTitleBar(target, format.get(), 300, L"Veil", true, false, scene.banner.get());
         drawBitmap(target, scene.preview.get(), {700, 10, 760, 40});
         return endDraw(target);
@@ -170,7 +169,7 @@ TEST_CASE(
         Scene scene = make(scale);
         REQUIRE(paint(scene, scale) == FrameResult::shown);
         const std::vector<std::uint8_t> before = imagePixels(scene.target.get());
-        const Picture picture{windowSizePx(sheet.widthDip, scale), before};
+        const Picture picture{windowSizePx(gallery::kSheetWidth, scale), before};
         checkProbes("preview", picture, scale, {{705, 20, {90, 200, 10}}, {755, 20, {30, 20, 250}}});
         checkProbes("banner", picture, scale, {{25, 20, {255, 236, 206}}});
 

@@ -26,16 +26,11 @@ struct Canvas {
 
 TextFormatHolder font(float size, int weight) { return createTextFormat(kFontFamily, size, weight); }
 
-void write(const Canvas& canvas, const RectF& rect, const wchar_t* text, TextFormat* format,
-           const Color& color, TextAlign align = TextAlign::leading) {
-    const BrushHolder brush = createColorBrush(canvas.target, color);
-    drawSingleLineText(canvas.target, text, rect, format, brush.get(), align, ParagraphAlign::centre);
-}
-
 void writeCaption(const Canvas& canvas, int x, int y, const wchar_t* text) {
-    const TextFormatHolder small = font(11.0f, 400);
+    const BrushHolder brush = createColorBrush(canvas.target, colorTextDim);
     const float left = static_cast<float>(x), top = static_cast<float>(y);
-    write(canvas, {left, top, left + 200, top + 16}, text, small.get(), colorTextDim);
+    drawSingleLineText(canvas.target, text, {left, top, left + 200, top + 16}, font(11.0f, 400).get(),
+                       brush.get(), TextAlign::leading, ParagraphAlign::centre);
 }
 
 // Painters of whole windows start at the origin, so these get a target of their own, which is then laid into
@@ -145,7 +140,9 @@ void paintSliders(const Canvas& canvas, int y) {
     }
 }
 
-void paintWidgets(RenderTarget* target, float scale, Language language) {
+}  // namespace
+
+void paintSheet(RenderTarget* target, float scale, Language language) {
     const Canvas canvas{target, scale, language};
     paintTitleBars(canvas, 16);
     paintStates(canvas, 116, drawButton, 600, {92, 32}, kButtons);
@@ -154,98 +151,7 @@ void paintWidgets(RenderTarget* target, float scale, Language language) {
     const TextFormatHolder format = font(11.5f, 600);
     drawSectionHeader(target, format.get(), {20, 340, 320, 354, L"ADJUSTMENTS"});
     paintSliders(canvas, 392);
-    drawWindowFrame(target, 1240, 532);
-}
-
-struct TextRole {
-    const wchar_t* name;
-    float size;
-    int weight;
-    Color color;
-    const wchar_t *english, *japanese;
-};
-
-const TextRole kRoles[] = {
-    {L"title 13 / 600", 13.0f, 600, colorAccent, L"Lucent Veil — Dusky Veil",
-     L"Lucent Veil — 夕暮れのベール"},
-    {L"section 11.5 / 600", 11.5f, 600, colorAccent, L"ADJUSTMENTS", L"ADJUSTMENTS 調整"},
-    {L"label 13 / 400", 13.0f, 400, colorText, L"Saturation, Light Boost, jgpqy ÅÉ",
-     L"表示を切り替え Light Boost"},
-    {L"hint 11 / 400", 11.0f, 400, colorTextDim,
-     L"How far the bloom spreads (px, absolute against the actual image size).",
-     L"にじみが広がる範囲(px、画像の実寸に対する絶対値)。"},
-    {L"value 13 / 600", 13.0f, 600, mixColor(colorAccent, colorWhite, 0.7f), L"0.75  120px  100%",
-     L"0.75  120px  100%"},
-    {L"button 13 / 600", 13.0f, 600, colorText, L"Save Preset...", L"保存 Save Preset..."},
-    {L"note 12 / 400", 12.0f, 400, colorTextDim, L"How to use: make sure a duplicated layer is selected",
-     L"使い方: 複製したレイヤーを選択した状態か確認してください"},
-};
-
-// Each role in one line, leading, centred and trailing, in a box of the height of a row, then too narrow.
-void paintLines(const Canvas& canvas, int y) {
-    const BrushHolder border = createColorBrush(canvas.target, colorSurface);
-    for (const TextRole& role : kRoles) {
-        writeCaption(canvas, 20, y + 3, role.name);
-        const TextFormatHolder format = font(role.size, role.weight);
-        const wchar_t* text = canvas.text(role.english, role.japanese);
-        const float top = static_cast<float>(y);
-        const auto boxed = [&](float left, float right, TextAlign align) {
-            strokeRectangle(canvas.target, {left + 0.5f, top + 0.5f, right - 0.5f, top + 21.5f}, border.get(),
-                            1.0f);
-            write(canvas, {left, top, right, top + 22}, text, format.get(), role.color, align);
-        };
-        boxed(140, 560, TextAlign::leading);
-        boxed(580, 680, TextAlign::leading);
-        boxed(700, 980, TextAlign::centre);
-        boxed(1000, 1280, TextAlign::trailing);
-        y += 28;
-    }
-}
-
-// The texts that wrap, in the boxes that they have in their windows.
-void paintWrapped(const Canvas& canvas, int y) {
-    const TextFormatHolder format = font(12.0f, 400);
-    const BrushHolder brush = createColorBrush(canvas.target, colorTextDim);
-    const BrushHolder border = createColorBrush(canvas.target, colorSurface);
-    const float top = static_cast<float>(y);
-    const wchar_t* howTo = canvas.text(
-        L"How to use: make sure a duplicated layer is selected, keep \"Save the selected layer as glow\" on, "
-        L"apply, "
-        L"then set that layer's blend mode to Screen.",
-        L"使い方: "
-        L"複製したレイヤーを選択した状態か確認してください「グローとして保存する」がONのまま、出力して、"
-        L"レイヤーモードをスクリーンしてください。");
-    const RectF boxes[] = {{20, top, 546, top + 40}, {580, top, 832, top + 50}};
-    for (const RectF& box : boxes) {
-        strokeRectangle(canvas.target, {box.left - 0.5f, box.top - 0.5f, box.right + 0.5f, box.bottom + 0.5f},
-                        border.get(), 1.0f);
-        drawWrappedText(canvas.target, howTo, box, format.get(), brush.get());
-    }
-}
-
-void paintTexts(RenderTarget* target, float scale, Language language) {
-    const Canvas canvas{target, scale, language};
-    paintLines(canvas, 20);
-    paintWrapped(canvas, 232);
-}
-
-}  // namespace
-
-const std::vector<Sheet>& sheets() {
-    static const std::vector<Sheet> all = {{L"widgets", 1240, 532, paintWidgets},
-                                           {L"texts", 1300, 320, paintTexts}};
-    return all;
-}
-
-RenderTargetHolder paintSheet(const Sheet& sheet, float scale, Language language) {
-    RenderTargetHolder target = createImageRenderTarget(windowSizePx(sheet.widthDip, scale),
-                                                        windowSizePx(sheet.heightDip, scale), scale);
-    if (!target) return target;
-    beginDraw(target.get());
-    clearTarget(target.get(), colorWindow);
-    sheet.paint(target.get(), scale, language);
-    if (endDraw(target.get()) != FrameResult::shown) target.reset();
-    return target;
+    drawWindowFrame(target, kSheetWidth, kSheetHeight);
 }
 
 }  // namespace gallery

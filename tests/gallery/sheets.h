@@ -1,8 +1,6 @@
 #pragma once
 
-// Sheets that show every widget in every state, and every kind of text, for the eye and for tests.
-
-#include <vector>
+// A sheet that shows every widget in every state, for the eye and for tests.
 
 #include "platform/drawing.h"
 
@@ -10,15 +8,9 @@ namespace gallery {
 
 enum class Language { english, japanese };
 
-struct Sheet {
-    const wchar_t* name;
-    int widthDip, heightDip;
-    void (*paint)(veil::RenderTarget* target, float scale, Language language);
-};
+constexpr int kSheetWidth = 1240, kSheetHeight = 532;  // DIPs
 
-const std::vector<Sheet>& sheets();
-
-/// A new target that holds `sheet` painted at `scale`; null if there is none to be had.
-veil::RenderTargetHolder paintSheet(const Sheet& sheet, float scale, Language language);
+/// Paints the sheet on `target`, whose pixels are `scale` to the DIP, between a begin and an end.
+void paintSheet(veil::RenderTarget* target, float scale, Language language);
 
 }  // namespace gallery

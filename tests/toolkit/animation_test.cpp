@@ -39,33 +39,23 @@ TEST_CASE("a transition follows the curve, and its last step gives the target it
         CHECK_FALSE(stepAnimation(entry, kAnimationStepMs));
         CHECK(entry.elapsed == elapsed);
     }
-    AnimatedValue in = moving(0.0f, 1.0f, 150.0f), out = moving(0.5f, 0.0f, 150.0f);
-    for (const float expected : {0.287080f, 0.513176f}) {
-        stepAnimation(in, 16.0f);
-        CHECK(std::abs(in.value - expected) < 1e-6f);
-    }
-    stepAnimation(out, 16.0f);
-    CHECK(std::abs(out.value - 0.356460f) < 1e-6f);
 }
 
 TEST_CASE("a new target starts from where the value stands, the same target disturbs nothing, a snap rests") {
-    const auto check = [](const AnimatedValue& e, float value, float from, float elapsed, float duration) {
-        CHECK(e.value == value);
-        CHECK(e.from == from);
-        CHECK(e.elapsed == elapsed);
-        CHECK(e.duration == duration);
+    const auto is = [](const AnimatedValue& e, float value, float from, float elapsed, float duration) {
+        return e.value == value && e.from == from && e.elapsed == elapsed && e.duration == duration;
     };
     AnimatedValue entry = moving(0.0f, 1.0f, kHoverMs);
     stepAnimation(entry, 16.0f);
     const float reached = entry.value;
     animateTo(entry, 1.0f, 999.0f);
-    check(entry, reached, 0.0f, 16.0f, kHoverMs);
+    CHECK(is(entry, reached, 0.0f, 16.0f, kHoverMs));
     animateTo(entry, 0.0f, kFlashMs);
-    check(entry, reached, reached, 0.0f, kFlashMs);
+    CHECK(is(entry, reached, reached, 0.0f, kFlashMs));
     stepAnimation(entry, 16.0f);
     snapTo(entry, 0.75f);
     CHECK_FALSE(stepAnimation(entry, 16.0f));
-    check(entry, 0.75f, 0.75f, 0.0f, kFlashMs);
+    CHECK(is(entry, 0.75f, 0.75f, 0.0f, kFlashMs));
 }
 
 TEST_CASE("a map makes entries at rest, keeps their addresses and steps every one that moves") {
@@ -76,18 +66,10 @@ TEST_CASE("a map makes entries at rest, keeps their addresses and steps every on
     for (std::uint32_t key = 11; key < 500; ++key) animationEntry(map, key);
     CHECK(&animationEntry(map, 10) == &first);
     CHECK(map.size() == 490);
-    CHECK_FALSE(stepAllAnimations(map, 16.0f));
     animateTo(first, 1.0f, kHoverMs);
     animateTo(animationEntry(map, 499), 1.0f, kFlashMs);
     for (int tick = 1; tick < 14; ++tick) CHECK(stepAllAnimations(map, 16.0f));
     CHECK_FALSE(stepAllAnimations(map, 16.0f));
     CHECK(first.elapsed == 160.0f);
     CHECK(animationEntry(map, 499).elapsed == 224.0f);
-    CHECK(animationEntry(map, 250).elapsed == 0.0f);
-}
-
-TEST_CASE("the ease-out curve is limited at both ends") {
-    CHECK(easeOutCubic(-1.0f) == 0.0f);
-    CHECK(easeOutCubic(0.5f) == 0.875f);
-    CHECK(easeOutCubic(7.0f) == 1.0f);
 }

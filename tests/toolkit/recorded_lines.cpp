@@ -5,6 +5,8 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
+#include <iterator>
 #include <string_view>
 #include <utility>
 
@@ -103,6 +105,13 @@ std::string linesWithFonts(const std::vector<RecordedDraw>& draws) {
         text += '\n';
     }
     return text;
+}
+
+void checkListing(const std::string& name, const std::string& seen) {
+    std::ifstream file(VEIL_LISTINGS "/" + name);
+    const std::string kept{std::istreambuf_iterator<char>(file), {}};
+    CHECK(seen == kept);
+    if (seen != kept) std::ofstream(name) << seen;
 }
 
 }  // namespace veil

@@ -35,4 +35,8 @@ std::string line(const RecordedDraw& draw);
 /// One line for each; those of text end in the font's family, size and weight.
 std::string linesWithFonts(const std::vector<RecordedDraw>& draws);
 
+/// Checks `seen` against the listing `name`, whose folder VEIL_LISTINGS names. If they differ, what was seen
+/// is left in the working folder under the same name.
+void checkListing(const std::string& name, const std::string& seen);
+
 }  // namespace veil
