@@ -14,6 +14,8 @@ using Holder = std::unique_ptr<VipsImage, Release>;
 
 constexpr void* kEnd = nullptr;
 
+[[maybe_unused]] const int kStarted = vips_init("test");
+
 Holder checked(VipsImage* image) {
     if (image == nullptr) throw std::runtime_error(vips_error_buffer());
     return Holder(image);
