@@ -44,8 +44,7 @@ TEST_CASE("rectangles use the width that was agreed on and leave the other one a
 TEST_CASE("Prepare lowers the host's memory limit to that of the largest tile, and never raises it") {
     const std::tuple<int, int, std::int32_t, std::int32_t> table[] = {
         {100, 100, 0x7FFFFFFF, 1775554752},   {2048, 2048, 0x7FFFFFFF, 2147483647},
-        {5000, 3000, 0x7FFFFFFF, 2147483647}, {1, 1, 0x7FFFFFFF, 1746770700},
-        {300, 1, 0x7FFFFFFF, 1790059920},     {100, 100, 1775554752, 1775554752},
+        {5000, 3000, 0x7FFFFFFF, 2147483647}, {300, 1, 0x7FFFFFFF, 1790059920},
         {100, 100, 1775554751, 1775554751},   {100, 100, 4096, 4096}};
     for (const auto& [width, height, offered, expected] : table) {
         INFO(width, " x ", height, " offered ", offered);
@@ -104,7 +103,6 @@ TEST_CASE(
 }
 
 TEST_CASE("a built-in look renders the same from the table as from a block that holds its values") {
-    const char* names[] = {"Dusky Veil", "Gilt Veil", "Pearl Veil", "Anamorphic Flare"};
     const auto all = [](const veil::RenderSettings& s) {
         return std::tuple(s.threshold, s.radius, s.strength, s.tintR, s.tintG, s.tintB, s.anamorphic, s.fog,
                           s.wideScale, s.glowSaturation, s.highlightBoost, s.shadowProtect, s.outputGlowOnly);
@@ -116,6 +114,5 @@ TEST_CASE("a built-in look renders the same from the table as from a block that 
         CHECK(all(s) ==
               all(veil::makeRenderSettings({presetId, 0, s.threshold, s.radius, s.strength, s.fog,
                                             s.highlightBoost, s.glowSaturation, s.shadowProtect, 1, 0})));
-        CHECK(std::string(veil::presetName(presetId)) == names[id >= 0 && id < 4 ? id : 0]);
     }
 }

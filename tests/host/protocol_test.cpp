@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <functional>
+#include <tuple>
 
 #include "tests/host/runs.h"
 
@@ -61,31 +62,19 @@ TEST_CASE("harmless differences between hosts leave no trace in the pixels") {
 }
 
 TEST_CASE("a host lends its pictures in place where it can, copies where it can't, and undoes either") {
-    const HostOptions inMemory{.movingBuffers = false, .poisonsBuffers = false, .lendsPicture = true};
-    struct {
-        std::function<void(HostOptions&)> change;
-        int planes;
-        bool lendsInput, lendsOutput;
-    } const cases[] = {
-        {[](HostOptions&) {}, 3, true, true},
-        {[](HostOptions& o) { o.originX = -9; }, 3, true, true},
-        {[](HostOptions& o) { o.outFill = OutFill::rubbish; }, 3, true, false},
-        {[](HostOptions& o) { o.haveMask = true; }, 3, true, false},
-        {[](HostOptions& o) { o.spareRowBytes = 1; }, 3, false, false},
-        {[](HostOptions& o) { o.movingBuffers = true; }, 3, false, false},
-        {[](HostOptions& o) { o.poisonsBuffers = true; }, 3, false, false},
-        {[](HostOptions&) {}, 4, false, false},
-    };
-    for (const auto& [change, planes, lendsInput, lendsOutput] : cases) {
-        INFO(planes, " planes, input lent ", lendsInput, ", output lent ", lendsOutput);
-        const Image image = picture(161, 37, planes);  // its rows are longer than what a tile needs
-        HostOptions options = inMemory;
-        change(options);
+    const std::tuple<OutFill, int, bool, bool> cases[] = {{HostOptions().outFill, 0, true, true},
+                                                          {OutFill::rubbish, 0, true, false},
+                                                          {HostOptions().outFill, 1, false, false}};
+    const Image image = picture(161, 37);  // its rows are longer than what a tile needs
+    const Image effect = filtered(image, kEffect, {.tileWidth = 32, .tileHeight = 32});
+    for (const auto& [fill, spare, lendsInput, lendsOutput] : cases) {
+        INFO("input lent ", lendsInput, ", output lent ", lendsOutput);
+        HostOptions options{.movingBuffers = false, .poisonsBuffers = false, .lendsPicture = true};
         options.tileWidth = options.tileHeight = 32;
+        options.outFill = fill;
+        options.spareRowBytes = spare;
         HostSession session(plugin(), image, options);
         session.storeParameters(kEffect);
-        const Image effect = filtered(image, kEffect, {.tileWidth = 32, .tileHeight = 32});
-        session.undo();
         const auto pictureRow = static_cast<std::int32_t>(image.rowBytes());
         for (int run = 0; run < 2; ++run) {
             CHECK(checkedRun(session).result == noErr);
@@ -103,20 +92,18 @@ TEST_CASE("a host lends its pictures in place where it can, copies where it can'
 TEST_CASE("tiles of any size cover the area once, row by row, with their mask and the right pixels") {
     const Image image = picture(131, 67);
     const PixelRect area{-4, -9, 127, 58};
-    const std::pair<std::int16_t, std::int16_t> sizes[] = {{1, 32767}, {32767, 1}, {7, 7},    {64, 64},
-                                                           {128, 32},  {1000, 30}, {131, 67}, {2000, 2000}};
+    const std::pair<std::int16_t, std::int16_t> sizes[] = {
+        {1, 32767}, {32767, 1}, {7, 7}, {128, 32}, {131, 67}};
     for (const auto& [width, height] : sizes) {
         for (const bool haveMask : {false, true}) {
             INFO("tiles of ", width, " x ", height, " mask ", haveMask);
-            HostOptions options{.originX = -4, .originY = -9, .haveMask = haveMask};
-            options.tileWidth = width;
-            options.tileHeight = height;
+            const HostOptions options{
+                .originX = -4, .originY = -9, .tileWidth = width, .tileHeight = height, .haveMask = haveMask};
             std::vector<PixelRect> expected, actual;
-            for (int y = area.top; y < area.bottom; y += height) {
+            for (int y = area.top; y < area.bottom; y += height)
                 for (int x = area.left; x < area.right; x += width)
                     expected.push_back(
                         {x, y, std::min(x + width, area.right), std::min(y + height, area.bottom)});
-            }
             Image result = image;
             for (const HostEvent& e : checkedRun(result, kUnchanged, options).events) {
                 if (e.kind != HostEvent::Kind::advanceState) continue;

@@ -57,10 +57,9 @@ std::array<float, 7> valuesOf(const PresetEntry& e) {
 }  // namespace
 
 TEST_CASE("a hand-edited file is misread, or a save spoils it") {
-    struct Case {
+    const struct {
         std::string before, section, key, text, after;
-    };
-    const Case table[] = {
+    } table[] = {
         {"", "a", "k", "1", "[a]\r\nk=1\r\n"},
         {"; mine\nodd\n\n[a]\n k = 1 \n\n[b]", "A", "K", "2", "; mine\r\nodd\r\n[a]\r\nk=2\r\n[b]\r\n"},
         {"[a]\rk=1\r\r[b]\rk=3", "a", "new", "2", "[a]\r\nk=1\r\nnew=2\r\n[b]\r\nk=3\r\n"},
@@ -71,7 +70,7 @@ TEST_CASE("a hand-edited file is misread, or a save spoils it") {
     };
     const UserFolder folder;
     const std::string path = folder.path / "p.ini";
-    for (const Case& c : table) {
+    for (const auto& c : table) {
         INFO(c.before);
         put(path, c.before);
         CHECK(writeProfileText(path, c.section, c.key.c_str(), c.text.c_str()));
@@ -92,11 +91,10 @@ TEST_CASE("a hand-edited file is misread, or a save spoils it") {
 TEST_CASE("a section's name is cut, or the last that fits is left out") {
     const UserFolder folder;
     put(folder.file(), "[abc]\n[]\n[defg]\n[h]");
-    const int sizes[] = {0, 1, 4, 5, 9, 10, 11, 12, 13};
-    const std::size_t counts[] = {0, 0, 0, 1, 1, 2, 2, 3, 3};
-    for (std::size_t i = 0; i < std::size(sizes); ++i) {
-        INFO(sizes[i]);
-        CHECK(profileSections(folder.file(), sizes[i]).size() == counts[i]);
+    for (const auto& [size, count] :
+         {std::pair{0, 0u}, {4, 0u}, {5, 1u}, {9, 1u}, {10, 2u}, {11, 2u}, {12, 3u}}) {
+        INFO(size);
+        CHECK(profileSections(folder.file(), size).size() == count);
     }
     std::string many;
     for (int i = 100; i < 400; ++i) many += "[" + std::string(60, 'n') + std::to_string(i) + "]\n";
@@ -117,12 +115,9 @@ TEST_CASE("a preset comes back as another, or stands in the file in another form
     writeUserPreset({"mY \xc4 _1__", 2, 1.0f, 2.0f, 3.0f, 4.0f, 5.0f, 6.0f, 7.0f, 0});
     const std::vector<PresetEntry> entries = loadUserPresets();
     REQUIRE(entries.size() == 2);
-    CHECK(entries[0].name == "My \xc4 _1__");
-    CHECK(entries[0].presetId == 2);
-    CHECK(entries[0].outputGlowOnly == 0);
+    CHECK((entries[0].name == "My \xc4 _1__" && entries[0].presetId == 2 && entries[0].outputGlowOnly == 0));
     CHECK(valuesOf(entries[0]) == std::array{1.0f, 2.0f, 3.0f, 4.0f, 5.0f, 6.0f, 7.0f});
-    CHECK(entries[1].name == "Second");
-    CHECK(entries[1].presetId == 1);
+    CHECK((entries[1].name == "Second" && entries[1].presetId == 1));
     CHECK(valuesOf(entries[1]) == std::array{9.0f, 1.0f, 2.0f, 3.0f, 4.0f, 5.0f, 6.0f});
 }
 
