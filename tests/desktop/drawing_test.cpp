@@ -118,6 +118,18 @@ TEST_CASE("a shape covers other pixels than its geometry, or a second target oth
          }},
         {"round frame", [&](auto* t, auto* b) { strokeRoundRect(t, box, 6, b, 1.5f); },
          [&](double x, double y) { return std::abs(toRoundBox(x, y)) <= 0.75; }},
+        {"round", [&](auto* t, auto* b) { fillRoundRect(t, box, 6, b); },
+         [&](double x, double y) { return toRoundBox(x, y) <= 0; }},
+        {"thumb",
+         [](auto* t, auto* b) {
+             fillEllipse(t, {30, 26}, 14, 9, b);
+         },
+         [](double x, double y) { return std::hypot((x - 30) / 14, (y - 26) / 9) <= 1; }},
+        {"ring",
+         [](auto* t, auto* b) {
+             strokeEllipse(t, {30, 26}, 9, 9, b, 1.5f);
+         },
+         [](double x, double y) { return std::abs(std::hypot(x - 30, y - 26) - 9) <= 0.75; }},
         {"chevron", [&](auto* t, auto* b) { strokePolyline(t, chevron, 3, b, 2); },
          [](double x, double y) {  // two bars at 45 degrees with flat ends that share their square corner
              const double along = (35 - y + std::abs(x - 25)) / std::sqrt(2),

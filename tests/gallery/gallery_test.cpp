@@ -105,38 +105,6 @@ TEST_CASE("a widget's fill, border, mark, thumb or banner has another colour or 
                  {25, 20, {255, 236, 206}}});
 }
 
-TEST_CASE("a stroke between two rows of pixels falls into one of them" *
-          doctest::skip(!gallery::paintsSmoothly())) {
-    checkProbes("border", painted(300, 120, 1, drawControls), 1,
-                {{156, 9, {48, 48, 53}}, {156, 10, {48, 48, 53}}, {109, 26, {48, 48, 53}}});
-}
-
-TEST_CASE("corners, caps or the thumb are uneven" * doctest::skip(!gallery::paintsSmoothly())) {
-    for (int number = 0; number < 5; ++number)
-        for (const float scale : {1.0f, 1.25f, 1.5f, 2.0f}) {
-            const Picture picture = painted(112, 52, scale, [&](RenderTarget* t) {
-                if (number < 2) drawButton(t, nullptr, {1, 10, 10, 102, 42, L"", number == 0}, 0.0f);
-                if (number == 2) drawCheckBox(t, nullptr, {2, 48, 0, 64, 52, L""}, 0.0f);
-                if (number == 3) drawSlider(t, {4, 6, 0, 106, 52, 0, 0, 0}, 0.0f);
-                if (number == 4) drawWindowFrame(t, 112, 52);
-            });
-            const int width = picture.width, height = static_cast<int>(picture.pixels.size()) / 4 / width;
-            // The slider with no range has its thumb at the left; only top and bottom mirror there.
-            const bool sideways = number != 3;
-            int worst = 0, inked = 0;
-            for (int y = 0; y < height; ++y)
-                for (int x = 0; x < width; ++x) {
-                    const int here = picture.at(x, y, 0);
-                    inked += here != picture.at(width - 1, height / 2 + height / 4, 0);
-                    worst = std::max(worst, std::abs(here - picture.at(x, height - 1 - y, 0)));
-                    if (sideways) worst = std::max(worst, std::abs(here - picture.at(width - 1 - x, y, 0)));
-                }
-            INFO("picture ", number, " scale ", scale);
-            CHECK(worst <= kTolerance);
-            CHECK(inked > 20);
-        }
-}
-
 TEST_CASE(
     "after a lost target the sheet, its bitmaps or its text come out otherwise, or can't be made anew") {
     painted(10, 10, 1, [](RenderTarget*) {});

@@ -7,7 +7,4 @@ namespace gallery {
 /// Brings up what painting in memory needs, for the life of the process. Call it once, first thing.
 void startPlatform();
 
-/// False on a stand-in of the system that paints hard edges and lets clipped text run on.
-bool paintsSmoothly();
-
 }  // namespace gallery

@@ -16,6 +16,4 @@ void startPlatform() {
     assert(session);
 }
 
-bool paintsSmoothly() { return true; }
-
 }  // namespace gallery
