@@ -22,7 +22,7 @@ bool paintAll(const std::filesystem::path& folder) {
                 windowSizePx(gallery::kSheetWidth, scale), windowSizePx(gallery::kSheetHeight, scale), scale);
             beginDraw(target.get());
             clearTarget(target.get(), colorWindow);
-            gallery::paintSheet(target.get(), scale, language);
+            gallery::paintSheet(target.get(), language);
             const wchar_t* code = language == gallery::Language::english ? L"en_" : L"ja_";
             const std::wstring name = std::wstring(L"widgets_") + code + std::to_wstring(percent) + L".png";
             if (endDraw(target.get()) != FrameResult::shown ||

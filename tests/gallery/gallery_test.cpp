@@ -123,11 +123,11 @@ TEST_CASE(
         REQUIRE((scene.target && scene.banner && scene.preview));
         return scene;
     };
-    const auto paint = [&](const Scene& scene, float scale) {
+    const auto paint = [&](const Scene& scene) {
         RenderTarget* const target = scene.target.get();
         beginDraw(target);
         clearTarget(target, colorWindow);
-        gallery::paintSheet(target, scale, gallery::Language::japanese);
+        gallery::paintSheet(target, gallery::Language::japanese);
         drawTitleBar(target, format.get(), 300, L"Veil", true, false, scene.banner.get());
         drawBitmap(target, scene.preview.get(), {700, 10, 760, 40});
         return endDraw(target);
@@ -135,7 +135,7 @@ TEST_CASE(
     for (const float scale : {1.0f, 1.5f}) {
         INFO("scale ", scale);
         Scene scene = make(scale);
-        REQUIRE(paint(scene, scale) == FrameResult::shown);
+        REQUIRE(paint(scene) == FrameResult::shown);
         const std::vector<std::uint8_t> before = imagePixels(scene.target.get());
         const Picture picture{windowSizePx(gallery::kSheetWidth, scale), before};
         checkProbes("preview", picture, scale, {{705, 20, {90, 200, 10}}, {755, 20, {30, 20, 250}}});
@@ -143,16 +143,16 @@ TEST_CASE(
 
         loseTarget(nullptr);
         loseTarget(scene.target.get());
-        CHECK(paint(scene, scale) == FrameResult::targetLost);
+        CHECK(paint(scene) == FrameResult::targetLost);
         scene.banner.reset();
         scene.preview.reset();
         scene.target.reset();
         {  // A window that came back on another screen.
             const Scene elsewhere = make(2.0f);
-            CHECK(paint(elsewhere, 2.0f) == FrameResult::shown);
+            CHECK(paint(elsewhere) == FrameResult::shown);
         }
         scene = make(scale);
-        REQUIRE(paint(scene, scale) == FrameResult::shown);
+        REQUIRE(paint(scene) == FrameResult::shown);
         CHECK((imagePixels(scene.target.get()) == before));
     }
 }

@@ -8,9 +8,9 @@ namespace gallery {
 
 enum class Language { english, japanese };
 
-constexpr int kSheetWidth = 1240, kSheetHeight = 532;  // DIPs
+constexpr int kSheetWidth = 1230, kSheetHeight = 320;  // DIPs
 
-/// Paints the sheet on `target`, whose pixels are `scale` to the DIP, between a begin and an end.
-void paintSheet(veil::RenderTarget* target, float scale, Language language);
+/// Paints the sheet on `target`, between a begin and an end.
+void paintSheet(veil::RenderTarget* target, Language language);
 
 }  // namespace gallery

@@ -87,43 +87,32 @@ TEST_CASE("a preset of the user's is not found, hides a look, or does not do wha
     const TempFolder folder;
     unsetenv("APPDATA");
     for (const char* screen : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"}) unsetenv(screen);
-    const std::string umlaut =
-                          "N\xc3\xa4"
-                          "chte",
-                      values = "]\npresetId=1\nthreshold=0.2\nradius=9\nstrength=2\n";
+    const std::string looks = "Dusky Veil\nGilt Veil\nPearl Veil\nAnamorphic Flare\n", umlaut = "N\u00e4he";
+    const std::string values = "]\npresetId=1\nthreshold=0.2\nradius=9\nstrength=2\n";
     writeBytes(folder / "a.ppm", ppm(40, 30));
     writeBytes(folder / "DuskyVeil_Presets.ini", "[plain" + values + "[Pearl Veil]\nstrength=9\n");
-    writeBytes(folder / "other.ini",
-               "[N\xe4"
-               "chte" +
-                   values + "outputGlowOnly=1\n");
-    const Names listed{"--list-presets", "--preset-file", "other.ini"};
-    const std::string looks = "Dusky Veil\nGilt Veil\nPearl Veil\nAnamorphic Flare\n";
+    writeBytes(folder / "other.ini", "[N\xe4he" + values + "outputGlowOnly=1\n");
     CHECK(runVeil(folder, {"--list-presets"}).out == looks + "plain\nPearl Veil\n");
-    CHECK(runVeil(folder, listed).out == looks + umlaut + "\n");
+    CHECK(runVeil(folder, {"--list-presets", "--preset-file", "other.ini"}).out == looks + umlaut + "\n");
 
-    const auto filtered = [&](Names arguments) {
+    const auto filtered = [&](Names arguments, const Names& more = {}) {
+        arguments.insert(arguments.end(), more.begin(), more.end());
         arguments.insert(arguments.end(), {"a.ppm", "-o", "out.ppm", "--overwrite", "--quiet"});
         const Ran ran = runVeil(folder, arguments);
         INFO(ran.err);
         CHECK(ran.status == 0);
         return readBytes(folder / "out.ppm");
     };
-    const Names look{"--preset", "Gilt Veil", "--threshold", "0.2",       "--radius",
-                     "9",        "--fog",     "0.18",        "--strength"};
-    const auto lookWith = [&](const Names& more) {
-        Names arguments = look;
-        arguments.insert(arguments.end(), more.begin(), more.end());
-        return filtered(arguments);
-    };
-    const Names mine{"--preset-file", "other.ini", "--preset", umlaut};
-    CHECK(filtered({"--preset", "plain"}) == lookWith({"2"}));
-    CHECK(filtered(mine) == lookWith({"2", "--glow-only"}));
-    CHECK(filtered({mine[0], mine[1], mine[2], mine[3], "--composite"}) == lookWith({"2"}));
-    CHECK(filtered({"--preset", "plain", "--strength", "0.3"}) == lookWith({"0.3"}));
-    CHECK(lookWith({"2"}) != lookWith({"0.3"}));
-    const std::string pearl = filtered({"--preset", "Pearl Veil"});
-    CHECK(filtered({"--preset", "Pearl Veil", "--preset-file", "other.ini"}) == pearl);
+    const Names mine{"--preset-file", "other.ini", "--preset", umlaut}, plain{"--preset", "plain"},
+        look{"--preset", "Gilt Veil", "--threshold", "0.2", "--radius", "9", "--fog", "0.18", "--strength"};
+    const std::string two = filtered(look, {"2"}), less = filtered(look, {"0.3"});
+    CHECK(two != less);
+    CHECK(filtered(plain) == two);
+    CHECK(filtered(plain, {"--strength", "0.3"}) == less);
+    CHECK(filtered(mine) == filtered(look, {"2", "--glow-only"}));
+    CHECK(filtered(mine, {"--composite"}) == two);
+    const Names pearl{"--preset", "Pearl Veil"};
+    CHECK(filtered(pearl) == filtered(pearl, {"--preset-file", "other.ini"}));
 
     const std::pair<std::string, Names> refused[] = {
         {"--preset-file: 'no.ini'", {"--preset-file", "no.ini", "--list-presets"}},
