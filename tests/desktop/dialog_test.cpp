@@ -36,12 +36,12 @@ constexpr float kTwoThirdsRadius = 2.0f + 196.0f / 294.0f * 598.0f;
 // What every dialog starts from.
 constexpr VeilParams kDefaults{0, 0, 0.0f, 180.0f, 0.7f, 0.18f, 0.0f, 1.0f, 0.2f, 0, 1};
 
+// The fields as numbers, to find the one that is another.
 std::string told(const VeilParams& p) {
-    std::string text = "look " + std::to_string(p.presetId);
-    for (const float value :
-         {p.threshold, p.radius, p.strength, p.fog, p.highlightBoost, p.glowSaturation, p.shadowProtect})
+    std::string text = std::to_string(p.presetId) + " " + std::to_string(p.outputGlowOnly);
+    for (const float value : {p.threshold, p.radius, p.strength, p.fog, p.highlightBoost, p.glowSaturation})
         text += " " + std::to_string(value);
-    return text + (p.advancedMode ? " advanced" : "") + (p.outputGlowOnly ? " glow" : "");
+    return text;
 }
 
 // The reserved field has what the host's handle held before.

@@ -220,8 +220,7 @@ TEST_CASE("a text stands elsewhere than its alignment, scale or rectangle says")
             drawSingleLineText(t, L"H", {0, 0, 60, 30}, format.get(), b, TextAlign::trailing, near);
             drawSingleLineText(t, L"H", {0, 30, 60, 60}, format.get(), b, TextAlign::leading, near);
         }).ink();
-    CHECK(both.left() <= 2);
-    CHECK(both.right() >= 58);
+    CHECK((both.left() <= 2 && both.right() >= 58));
 
     for (const float scale : {1.0f, 1.5f}) {
         INFO("scale ", scale);
@@ -229,8 +228,7 @@ TEST_CASE("a text stands elsewhere than its alignment, scale or rectangle says")
         const QRectF left = line(L"HH", rect, TextAlign::leading, near, 13, scale).ink();
         const QRectF right = line(L"HH", rect, TextAlign::trailing, near, 13, scale).ink();
         const QRectF middle = line(L"HH", rect, TextAlign::centre, centre, 13, scale).ink();
-        CHECK(left.left() >= 5 * scale);
-        CHECK(left.left() <= 7 * scale);
+        CHECK((left.left() >= 5 * scale && left.left() <= 7 * scale));
         CHECK(std::abs((left.left() - 5 * scale) - (55 * scale - right.right())) <= 1.5);
         CHECK(std::abs(middle.left() + middle.right() - 60 * scale) <= 2);
         // The line of 1.36 times the size stands in the middle, its baseline 1.07 times the size below its
@@ -255,9 +253,7 @@ TEST_CASE("a wrapped text leaves its width, is cut at its height, or does not br
     CHECK(first < 20);
     for (const wchar_t* text : {L"one two three four", L"HHHHHHHHHHHHHH", L"Hx\nHx\nHx", kJapanese}) {
         const QRectF box = wrapped(text).ink();
-        CHECK(box.bottom() > first + 14);
-        CHECK(box.right() <= 44);
-        CHECK(box.left() >= 4);
+        CHECK((box.bottom() > first + 14 && box.right() <= 44 && box.left() >= 4));
     }
     // A font without the characters shows the same box for both.
     CHECK_FALSE(wrapped(L"\u51E6") == wrapped(L"\u7406"));
@@ -349,10 +345,9 @@ TEST_CASE("the progress window shows something else, misses a cancel, or takes a
         for (QWidget* widget : QApplication::topLevelWidgets())
             if (widget->windowTitle() == "Lucent Veil - Applying...") shown = widget;
         REQUIRE(shown != nullptr);
-        CHECK(shown->isVisible());
+        const auto* const bar = shown->findChild<QProgressBar*>();
+        CHECK((shown->isVisible() && bar->value() == 3 && bar->maximum() == 12));
         CHECK(shown->findChild<QLabel*>()->text().toStdWString() == kJapanese);
-        CHECK(shown->findChild<QProgressBar*>()->value() == 3);
-        CHECK(shown->findChild<QProgressBar*>()->maximum() == 12);
         CHECK(shown->windowHandle()->transientParent() == host.windowHandle());
         const int before = clicks;
         click(host.windowHandle(), {9, 9});
