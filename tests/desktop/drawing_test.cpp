@@ -130,6 +130,13 @@ TEST_CASE("a shape covers other pixels than its geometry, or a second target oth
              strokeEllipse(t, {30, 26}, 9, 9, b, 1.5f);
          },
          [](double x, double y) { return std::abs(std::hypot(x - 30, y - 26) - 9) <= 0.75; }},
+        {"line",
+         [](auto* t, auto* b) {
+             drawLine(t, {10, 20}, {40, 20}, b, 1.5f);
+         },
+         [](double x, double y) { return x >= 10 && x <= 40 && std::abs(y - 20) <= 0.75; }},
+        {"triangle", [&](auto* t, auto* b) { fillPolygon(t, chevron, 3, b); },
+         [](double x, double y) { return y >= 20 && y <= 35 - std::abs(x - 25); }},
         {"chevron", [&](auto* t, auto* b) { strokePolyline(t, chevron, 3, b, 2); },
          [](double x, double y) {  // two bars at 45 degrees with flat ends that share their square corner
              const double along = (35 - y + std::abs(x - 25)) / std::sqrt(2),
