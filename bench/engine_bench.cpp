@@ -172,59 +172,60 @@ void renderTile(benchmark::State& state, const RenderSettings& settings, int til
     countWork(state, tile, {0, 0});
 }
 
+// Tile after tile of a picture in memory, as a run of the filter does it, without the host.
+void renderPicture(benchmark::State& state, const RenderSettings& settings, int tileSize) {
+    Pool pool(state);
+    const auto picture = noiseImage<FloatImage>(6 * 512, 4 * 512);
+    const Rect& whole = picture.rect;
+    FloatImage out(whole);
+    const SourceRows source(whole, picture.pixels.data());
+    for (auto _ : state) {
+        ImageRenderer renderer(whole.x1, whole.y1, settings);
+        for (int y = 0; y < whole.y1; y += tileSize)
+            for (int x = 0; x < whole.x1; x += tileSize) {
+                const Rect tile{x, y, x + tileSize, y + tileSize};
+                const auto store = [&](int row, const float* pixels) {
+                    std::copy(pixels, pixels + tileSize * 3, out.row(row) + x * 3);
+                };
+                renderer.render(tile, {source, source}, store, &pool.pool);
+            }
+    }
+    countWork(state, whole, {0, 0});
+}
+
 // The argument is the number of threads, the caller among them.
-BENCHMARK(measureArithmetic)
-    ->Name("limit/arithmetic")
-    ->Arg(1)
-    ->Arg(2)
-    ->UseRealTime()
-    ->Unit(benchmark::kMillisecond);
+void withThreads(benchmark::internal::Benchmark* bench) {
+    bench->Arg(1)->Arg(2)->UseRealTime()->Unit(benchmark::kMillisecond);
+}
+
+BENCHMARK(measureArithmetic)->Name("limit/arithmetic")->Apply(withThreads);
 // Of planes as large as those of the passes on the working plane, and on the image.
 BENCHMARK_CAPTURE(measureCopy, plane, std::size_t{kPlane} * kPlane * 12)
     ->Name("limit/copy_plane")
-    ->Arg(1)
-    ->Arg(2)
-    ->UseRealTime()
-    ->Unit(benchmark::kMillisecond);
+    ->Apply(withThreads);
 BENCHMARK_CAPTURE(measureCopy, image, std::size_t{kImage} * kImage * 12)
     ->Name("limit/copy_image")
-    ->Arg(1)
-    ->Arg(2)
-    ->UseRealTime()
-    ->Unit(benchmark::kMillisecond);
-BENCHMARK(downsample)->Arg(1)->Arg(2)->UseRealTime()->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(blur, gaussian, false)->Arg(1)->Arg(2)->UseRealTime()->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(blur, triple_box, true)->Arg(1)->Arg(2)->UseRealTime()->Unit(benchmark::kMillisecond);
+    ->Apply(withThreads);
+BENCHMARK(downsample)->Apply(withThreads);
+BENCHMARK_CAPTURE(blur, gaussian, false)->Apply(withThreads);
+BENCHMARK_CAPTURE(blur, triple_box, true)->Apply(withThreads);
 BENCHMARK_CAPTURE(resample, reduce, kPlane,
                   planReduction({0, 0, kPlane, kPlane}, {0, 0, kPlane / 2, kPlane / 2}, 2), 3)
-    ->Arg(1)
-    ->Arg(2)
-    ->UseRealTime()
-    ->Unit(benchmark::kMillisecond);
+    ->Apply(withThreads);
 BENCHMARK_CAPTURE(resample, enlarge, kPlane / 2,
                   planEnlargement({0, 0, kPlane / 2, kPlane / 2}, {0, 0, kPlane, kPlane}, 2),
                   3 * (kLinearRead / 2 + kLinearRead))
-    ->Arg(1)
-    ->Arg(2)
-    ->UseRealTime()
-    ->Unit(benchmark::kMillisecond);
-BENCHMARK(boost)->Arg(1)->Arg(2)->UseRealTime()->Unit(benchmark::kMillisecond);
-BENCHMARK(compose)->Arg(1)->Arg(2)->UseRealTime()->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(renderTile, dusky_512, settingsOf(0, false, 0.0f), 512)
-    ->Arg(1)
-    ->Arg(2)
-    ->UseRealTime()
-    ->Unit(benchmark::kMillisecond);
+    ->Apply(withThreads);
+BENCHMARK(boost)->Apply(withThreads);
+BENCHMARK(compose)->Apply(withThreads);
+BENCHMARK_CAPTURE(renderPicture, dusky, settingsOf(0, false, 0.0f), 512)->Apply(withThreads);
+BENCHMARK_CAPTURE(renderPicture, dusky_advanced_boost16, settingsOf(0, true, 16.0f), 1024)
+    ->Apply(withThreads);
+BENCHMARK_CAPTURE(renderPicture, streak, settingsOf(3, false, 0.0f), 1024)->Apply(withThreads);
+BENCHMARK_CAPTURE(renderTile, dusky_512, settingsOf(0, false, 0.0f), 512)->Apply(withThreads);
 BENCHMARK_CAPTURE(renderTile, dusky_advanced_boost16_1024, settingsOf(0, true, 16.0f), 1024)
-    ->Arg(1)
-    ->Arg(2)
-    ->UseRealTime()
-    ->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(renderTile, streak_1024, settingsOf(3, false, 0.0f), 1024)
-    ->Arg(1)
-    ->Arg(2)
-    ->UseRealTime()
-    ->Unit(benchmark::kMillisecond);
+    ->Apply(withThreads);
+BENCHMARK_CAPTURE(renderTile, streak_1024, settingsOf(3, false, 0.0f), 1024)->Apply(withThreads);
 
 }  // namespace
 
