@@ -155,8 +155,8 @@ void compose(benchmark::State& state) {
     FloatImage out(image.rect);
     const auto store = [&](int y, const float* row) { std::copy(row, row + out.rowLength(), out.row(y)); };
     for (auto _ : state)
-        composeOutput({image.rect, image.pixels.data()}, glowRows(glow), image.rect, kImage, kImage, kPlane,
-                      kPlane, settingsOf(0, false, 0.0f), store, &pool.pool);
+        composeOutput({image.rect, image.pixels.data()}, glow, image.rect, kImage, kImage, kPlane, kPlane,
+                      settingsOf(0, false, 0.0f), store, &pool.pool);
     countWork(state, image.rect, {24.75, 3 * (kLinearRead / 4 + kLinearRead) + 73});
 }
 

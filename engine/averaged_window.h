@@ -48,8 +48,6 @@ class AveragedWindow {
     /// The image pixels that advance would read.
     Rect reads(const Rect& work, const Rect& sourceRect, const PlaneSizes& sizes) const;
 
-    const FloatImage& image() const { return current; }
-
   private:
     int firstNewColumn(const Rect& work, const PlaneSizes& sizes) const;
 

@@ -3,7 +3,7 @@
 // The blurs: a Gaussian along one axis with at most 24 taps a side, and a triple box along the row for the
 // streak. Radii are in pixels of the image's own plane; reads outside repeat the edge pixel. Rows are blurred
 // along x where a pass has them in the cache, and across when somebody asks for the result. All work on the
-// calling thread and throw std::bad_alloc only.
+// calling thread, or on a pool that is handed in, and throw std::bad_alloc only.
 
 #include <cstddef>
 #include <vector>

@@ -21,21 +21,12 @@ constexpr int kChunkRows = 32;  // some 50 KB of an 8-bit tile, which pass from 
 struct EnlargedRows {
     const GlowRows& glow;
     const std::vector<BilinearColumn>& columns;
-    std::vector<float> buffers[2], scratch;
+    std::vector<float> buffers[2];
     int held[2] = {-1, -1};
-    int firstRow = 0;
-    const std::size_t rowLength;
-    const float* rows = nullptr;
 
     EnlargedRows(const GlowRows& source, const std::vector<BilinearColumn>& table)
-        : glow(source), columns(table), rowLength(static_cast<std::size_t>(glow.rect.width()) * 3) {
+        : glow(source), columns(table) {
         for (auto& buffer : buffers) buffer.resize(table.size() * 3);
-    }
-
-    // Rows `first` up to `end` are what is asked for next.
-    void prepare(int first, int end) {
-        firstRow = first;
-        rows = glow.read(first, end, scratch);
     }
 
     // Row `y`; the row `keep`, if it is held, stays valid.
@@ -45,8 +36,9 @@ struct EnlargedRows {
         const int slot = held[0] == keep ? 1 : 0;
         float* planes = buffers[slot].data();
         const std::size_t width = columns.size();
-        expandRowToPlanes(rows + rowLength * static_cast<std::size_t>(y - firstRow), columns.data(), planes,
-                          planes + width, planes + 2 * width, static_cast<int>(width));
+        const auto rowLength = static_cast<std::ptrdiff_t>(glow.rect.width()) * 3;
+        expandRowToPlanes(glow.samples + rowLength * y, columns.data(), planes, planes + width,
+                          planes + 2 * width, static_cast<int>(width));
         held[slot] = y;
         return planesOf(slot);
     }
@@ -90,10 +82,6 @@ class PictureRows {
 
 }  // namespace
 
-GlowRows glowRows(const FloatImage& glow) {
-    return {glow.rect, [&glow](int first, int, std::vector<float>&) { return glow.row(first); }};
-}
-
 bool readsSource(const RenderSettings& settings) {
     return settings.shadowProtect > 0.0f || !settings.outputGlowOnly;
 }
@@ -119,7 +107,6 @@ void composeOutput(const SourceRows& source, const GlowRows& glow, const Rect& o
     const auto makeJob = [&]() -> WorkerPool::Job {
         return [&, enlarged = EnlargedRows(glow, columns), picture = PictureRows(source, outputRect),
                 out = std::vector<float>(static_cast<std::size_t>(width) * 3)](int first, int end) mutable {
-            enlarged.prepare(readAt(first).low, readAt(end - 1).high + 1);
             for (int y = first; y < end; ++y) {
                 const LinearRead read = readAt(y);
                 const GlowRow top = enlarged.row(read.low, read.high);

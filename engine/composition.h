@@ -2,9 +2,6 @@
 
 // The last pass: the glow, enlarged and shaped, is laid over the source or written alone.
 
-#include <functional>
-#include <vector>
-
 #include "engine/image.h"
 #include "engine/row_flow.h"
 #include "engine/settings.h"
@@ -12,15 +9,14 @@
 
 namespace veil {
 
-/// The glow on the working plane.
+/// The glow on the working plane: interleaved RGB of `rect`, row after row without gaps.
 struct GlowRows {
     Rect rect;
-    /// Rows `first` up to `end`, local to `rect`, without gaps: the address of samples that stay put, or
-    /// those of `scratch`, filled. Any thread of a pool, several at once; slices may ask for the same rows.
-    std::function<const float*(int first, int end, std::vector<float>& scratch)> read;
-};
+    const float* samples;
 
-GlowRows glowRows(const FloatImage& glow);
+    GlowRows(const Rect& r, const float* rows) : rect(r), samples(rows) {}
+    GlowRows(const FloatImage& glow) : GlowRows(glow.rect, glow.row(0)) {}
+};
 
 /// Hands the rows of `outputRect` to `output`. `glow` lies in the working plane of `workWidth` by
 /// `workHeight`, `source` and `outputRect` in the image plane; a glow alone without shadow protection reads

@@ -9,7 +9,8 @@ namespace veil {
 
 namespace {
 
-constexpr int kMixColumns = 64;  // as many samples as three strips of the blur
+constexpr int kChunkRows = 4 * kRowGroup;  // rows near lights take longer than others
+constexpr int kMixColumns = 64;            // as many samples as three strips of the blur
 
 // Pixel (x, y) of the image's plane.
 const float* pixelAt(const FloatImage& image, int x, int y) {
@@ -171,31 +172,31 @@ GlowRows GlowMaker::make(const Rect& work, const Rect& visible, const SourceRows
     if (!route.folded) beginWide(route, lit);
     boosted = nullptr;
     if (!lit.isEmpty()) {
-        runRows(pool, work.y0, work.y1, [&](int first, int end) {
-            LineScratch scratch;
-            blurWide(route, averaged, {first, end}, scratch);
-        });
+        const auto makeJob = [&]() -> WorkerPool::Job {
+            return [&, scratch = LineScratch()](int first, int end) mutable {
+                blurWide(route, averaged, {first, end}, scratch);
+            };
+        };
+        runChunks(pool, work.y0, work.y1, kChunkRows, makeJob, {});
         boosted = &boost.make(averaged, work, wide, lit, settings, pool);
     }
     // Both at once where nothing is boosted, so that a row of the averaged picture is read once.
     const bool isWideLeft = !route.folded && !boosted;
-    runRows(pool, isWideLeft ? work.y0 : narrow.held().y0, isWideLeft ? work.y1 : narrow.held().y1,
-            [&](int first, int end) {
-                LineScratch scratch;
-                std::vector<float> bright;
-                for (int y = first; y < end; y += kRowGroup) {
-                    const Span group{y, std::min(y + kRowGroup, end)};
-                    if (isWideLeft) blurWide(route, averaged, group, scratch);
-                    const Rect& held = narrow.held();
-                    blurNarrow(route, narrowAlong, averaged,
-                               {std::max(group.begin, held.y0), std::min(group.end, held.y1)}, scratch,
-                               bright);
-                }
-            });
+    const auto makeBlur = [&]() -> WorkerPool::Job {
+        return [&, scratch = LineScratch(), bright = std::vector<float>()](int first, int end) mutable {
+            for (int y = first; y < end; y += kRowGroup) {
+                const Span group{y, std::min(y + kRowGroup, end)};
+                if (isWideLeft) blurWide(route, averaged, group, scratch);
+                const Rect& held = narrow.held();
+                blurNarrow(route, narrowAlong, averaged,
+                           {std::max(group.begin, held.y0), std::min(group.end, held.y1)}, scratch, bright);
+            }
+        };
+    };
+    runChunks(pool, isWideLeft ? work.y0 : narrow.held().y0, isWideLeft ? work.y1 : narrow.held().y1,
+              kChunkRows, makeBlur, {});
     if (route.folded && settings.anamorphic)  // the rows as they are
-        return {visible, [this, visible](int first, int, std::vector<float>&) -> const float* {
-                    return narrow.row(visible.y0 + first);
-                }};
+        return {visible, narrow.row(visible.y0)};
     glow.reshape(visible);
     const auto makeJob = [&]() -> WorkerPool::Job {
         return [&, haze = std::vector<float>()](int first, int end) mutable {
@@ -206,7 +207,7 @@ GlowRows GlowMaker::make(const Rect& work, const Rect& visible, const SourceRows
         };
     };
     runChunks(pool, 0, (visible.width() + kMixColumns - 1) / kMixColumns, 1, makeJob, {});
-    return glowRows(glow);
+    return glow;
 }
 
 }  // namespace veil

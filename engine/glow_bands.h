@@ -20,7 +20,7 @@ bool isOneGaussian(const RenderSettings& settings);
 /// the top share most.
 class GlowBands {
   public:
-    /// The image pixels that the next blurAcross reads from a tile's source.
+    /// The image pixels that the next call of make reads from a tile's source.
     Rect reads(const Rect& work, const Rect& visible, const Rect& sourceRect, const PlaneSizes& sizes) const;
 
     /// The glow over `visible`, made from the pixels of `work`; it stays until the next call. `settings` give

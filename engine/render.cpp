@@ -37,7 +37,7 @@ void ImageRenderer::render(const Rect& outputRect, const TileSource& source, con
     const Rect work = workingRect(outputRect, sizes.imageWidth, sizes.imageHeight, settings);
     const Rect visible = visibleGlowRect(outputRect, work, sizes.imageWidth, sizes.imageHeight);
     const GlowRows glow = isOneGaussian(settings)
-                              ? glowRows(bands.make(work, visible, source.averaged, sizes, settings, pool))
+                              ? bands.make(work, visible, source.averaged, sizes, settings, pool)
                               : maker.make(work, visible, source.averaged, sizes, settings, pool);
     composeOutput(source.picture, glow, outputRect, sizes.imageWidth, sizes.imageHeight, sizes.workWidth,
                   sizes.workHeight, settings, output, pool);

@@ -1,7 +1,8 @@
 #pragma once
 
 // Changes of size between the image plane, the working plane and the half plane. Reads outside an image
-// repeat its edge pixel. All work on the calling thread, row by row, and throw std::bad_alloc only.
+// repeat its edge pixel. All work on the calling thread, row by row, and throw std::bad_alloc, and what a
+// source of rows throws.
 
 #include <cstddef>
 #include <vector>

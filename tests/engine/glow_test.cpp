@@ -61,7 +61,7 @@ Colour composePixel(float grey, const Colour& glow, const RenderSettings& settin
     paint(light, light.rect, glow);
     const Picture source = pictures::even(32, 32, grey);
     FloatImage out(source.rect());
-    composeOutput({source.rect(), source.samples.data()}, glowRows(light), out.rect, 32, 32, 8, 8, settings,
+    composeOutput({source.rect(), source.samples.data()}, light, out.rect, 32, 32, 8, 8, settings,
                   pictures::into(out), nullptr);
     return {out.pixels.at(0), out.pixels.at(1), out.pixels.at(2)};
 }
@@ -186,7 +186,7 @@ TEST_CASE("a source smaller than the output repeats its edge pixels") {
     for (const int left : {0, 4}) {
         FloatImage out({left, 0, left + 7, 9});
         const FloatImage dark({0, 0, 8, 8});
-        composeOutput({source.rect, source.pixels.data()}, glowRows(dark), out.rect, 32, 32, 8, 8, {},
+        composeOutput({source.rect, source.pixels.data()}, dark, out.rect, 32, 32, 8, 8, {},
                       pictures::into(out), nullptr);
         std::vector<double> expected;
         for (int i = 0; i < 7 * 9; ++i)

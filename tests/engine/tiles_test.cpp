@@ -63,7 +63,7 @@ FloatImage plainTile(const Layout& l, const Rect& tile) {
     const FloatImage glow =
         pictures::plainGlow(p, input, work, visibleGlowRect(tile, work, p.width, p.height), l.settings);
     FloatImage out(tile);
-    composeOutput({p.rect(), p.samples.data()}, glowRows(glow), tile, p.width, p.height, workingSize(p.width),
+    composeOutput({p.rect(), p.samples.data()}, glow, tile, p.width, p.height, workingSize(p.width),
                   workingSize(p.height), l.settings, pictures::into(out), nullptr);
     return out;
 }
