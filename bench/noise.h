@@ -3,11 +3,11 @@
 // The samples that the benchmarks work on.
 
 #include <cstdint>
-#include <vector>
+#include <span>
 
 /// Dim noise with a clipped light every few hundred samples; the engine's cost does not depend on the
 /// picture.
-inline void fillWithNoise(std::vector<float>& samples) {
+inline void fillWithNoise(std::span<float> samples) {
     std::uint32_t state = 1;
     for (float& sample : samples) {
         state = state * 1664525u + 1013904223u;

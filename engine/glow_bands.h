@@ -36,7 +36,7 @@ class GlowBands {
         int visibleBegin, visibleEnd;  // the columns
         int capacity = 0;              // in rows
         int begin = 0, end = 0;        // the rows that are held
-        std::vector<float> samples;
+        std::vector<float, Unfilled<float>> samples;
 
         int rowLength() const { return (visibleEnd - visibleBegin) * 3; }
         float* row(int y) {

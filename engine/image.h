@@ -3,6 +3,9 @@
 // Rectangles and float images, the coordinate planes that all passes share, and the sample formulas.
 
 #include <cstddef>
+#include <memory>
+#include <new>
+#include <utility>
 #include <vector>
 
 namespace veil {
@@ -18,25 +21,41 @@ struct Rect {
     bool operator==(const Rect&) const = default;
 };
 
+/// New elements hold anything, so that their memory is first touched by the thread that fills them.
+template <class T>
+struct Unfilled : std::allocator<T> {
+    template <class U>
+    struct rebind {
+        using other = Unfilled<U>;
+    };
+    template <class U>
+    void construct(U* element) noexcept {
+        ::new (static_cast<void*>(element)) U;
+    }
+    template <class U, class... Arguments>
+    void construct(U* element, Arguments&&... arguments) {
+        ::new (static_cast<void*>(element)) U(std::forward<Arguments>(arguments)...);
+    }
+};
+
 /// Interleaved float samples over a rectangle of a plane, row by row without gaps, nominally 0 to 1.
 template <int kChannelCount>
 struct BasicImage {
     static constexpr int kChannels = kChannelCount;
 
     Rect rect;
-    std::vector<float> pixels;
+    std::vector<float, Unfilled<float>> pixels;
 
     BasicImage() = default;
     /// All zeros. Throws std::bad_alloc.
     explicit BasicImage(const Rect& r)
-        : rect(r), pixels(rowLength() * static_cast<std::size_t>(r.height())) {}
+        : rect(r), pixels(rowLength() * static_cast<std::size_t>(r.height()), 0.0f) {}
 
     /// Takes another rectangle and keeps the memory, all of it, if it suffices; the samples hold anything.
     /// Throws std::bad_alloc, and is as before then.
     void reshape(const Rect& r) {
         const std::size_t count =
             static_cast<std::size_t>(r.width()) * kChannelCount * static_cast<std::size_t>(r.height());
-        // Never smaller: a vector that grows again fills with zeros what nobody reads.
         if (pixels.size() < count) pixels.resize(count);
         rect = r;
     }

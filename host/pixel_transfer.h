@@ -52,7 +52,7 @@ struct HostBuffer {
 struct HostPixels {
     Rect rect;
     std::size_t pixelBytes = 0;
-    std::vector<unsigned char> bytes;
+    std::vector<unsigned char, Unfilled<unsigned char>> bytes;
 
     /// Takes another rectangle and keeps the memory if it suffices; the pixels hold anything. Throws
     /// std::bad_alloc.

@@ -100,7 +100,7 @@ veil::FloatImage plainGlow(const Picture& p, const veil::Rect& input, const veil
     return seen;
 }
 
-double largestDifference(const std::vector<float>& actual, const std::vector<double>& expected) {
+double largestDifference(std::span<const float> actual, const std::vector<double>& expected) {
     double largest = actual.size() == expected.size() ? 0.0 : std::numeric_limits<double>::infinity();
     for (std::size_t i = 0; i < actual.size() && i < expected.size(); ++i) {
         const double difference = std::fabs(actual[i] - expected[i]);

@@ -3,6 +3,7 @@
 // Pictures for the tests of the engine, made by formula, and how to compare them.
 
 #include <algorithm>
+#include <span>
 #include <vector>
 
 #include "engine/image.h"
@@ -51,13 +52,14 @@ veil::FloatImage plainGlow(const Picture& p, const veil::Rect& input, const veil
                            const veil::Rect& visible, const veil::RenderSettings& settings);
 
 /// The largest difference of two samples; infinite if the sizes differ or a NaN is among them.
-double largestDifference(const std::vector<float>& actual, const std::vector<double>& expected);
+double largestDifference(std::span<const float> actual, const std::vector<double>& expected);
 
 /// The same, infinite also if the rectangles differ.
 template <typename Image>
 double largestDifference(const Image& actual, const veil::reference::Picture& expected) {
-    return largestDifference(actual.rect == expected.rect ? actual.pixels : std::vector<float>(),
-                             expected.samples);
+    return largestDifference(
+        actual.rect == expected.rect ? std::span<const float>(actual.pixels) : std::span<const float>(),
+        expected.samples);
 }
 
 }  // namespace pictures

@@ -8,6 +8,7 @@
 
 #include <array>
 #include <cstddef>
+#include <span>
 #include <vector>
 
 #include "engine/image.h"
@@ -31,7 +32,7 @@ struct Picture {
     int channels = 3;
     std::vector<double> samples;
 
-    Picture(const Rect& r, int channelCount, const std::vector<float>& values)
+    Picture(const Rect& r, int channelCount, std::span<const float> values)
         : rect(r), channels(channelCount), samples(values.begin(), values.end()) {}
     template <int kChannels>
     explicit Picture(const BasicImage<kChannels>& image) : Picture(image.rect, kChannels, image.pixels) {}
