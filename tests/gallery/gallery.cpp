@@ -7,28 +7,21 @@
 
 #include "tests/gallery/sheets.h"
 #include "tests/gallery/start.h"
-#include "toolkit/theme.h"
-#include "toolkit/widgets.h"
 
 namespace {
 
 bool paintAll(const std::filesystem::path& folder) {
-    using namespace veil;
     std::filesystem::create_directories(folder);
-    for (const auto language : {gallery::Language::english, gallery::Language::japanese})
-        for (const int percent : {100, 125, 150, 200}) {
-            const float scale = static_cast<float>(percent) / 100.0f;
-            const RenderTargetHolder target = createImageRenderTarget(
-                windowSizePx(gallery::kSheetWidth, scale), windowSizePx(gallery::kSheetHeight, scale), scale);
-            beginDraw(target.get());
-            clearTarget(target.get(), colorWindow);
-            gallery::paintSheet(target.get(), language);
-            const wchar_t* code = language == gallery::Language::english ? L"en_" : L"ja_";
-            const std::wstring name = std::wstring(L"widgets_") + code + std::to_wstring(percent) + L".png";
-            if (endDraw(target.get()) != FrameResult::shown ||
-                !saveImage(target.get(), (folder / name).wstring()))
-                return false;
-        }
+    for (const gallery::Sheet& sheet : gallery::sheets())
+        for (const auto language : {gallery::Language::english, gallery::Language::japanese})
+            for (const int percent : {100, 125, 150, 200}) {
+                const veil::RenderTargetHolder target =
+                    gallery::paintSheet(sheet, static_cast<float>(percent) / 100.0f, language);
+                const wchar_t* code = language == gallery::Language::english ? L"en" : L"ja";
+                const std::wstring name =
+                    std::wstring(sheet.name) + L"_" + code + L"_" + std::to_wstring(percent) + L".png";
+                if (!target || !veil::saveImage(target.get(), (folder / name).wstring())) return false;
+            }
     return true;
 }
 

@@ -17,9 +17,9 @@ constexpr int kTolerance = 6;  // of 255: rasterisers weigh an edge a little dif
 
 struct Scene {
     float scale;
-    int width = windowSizePx(gallery::kSheetWidth, scale);
-    RenderTargetHolder target =
-        createImageRenderTarget(width, windowSizePx(gallery::kSheetHeight, scale), scale);
+    const gallery::Sheet& sheet = gallery::sheets().front();
+    int width = windowSizePx(sheet.widthDip, scale);
+    RenderTargetHolder target = createImageRenderTarget(width, windowSizePx(sheet.heightDip, scale), scale);
     BitmapHolder banner = loadBannerBitmap(target.get(), 3001), preview{};  // released before their target
 
     explicit Scene(float ofScale) : scale(ofScale) {
@@ -32,7 +32,7 @@ struct Scene {
         RenderTarget* const t = target.get();
         beginDraw(t);
         clearTarget(t, colorWindow);
-        gallery::paintSheet(t, gallery::Language::japanese);
+        sheet.paint(t, scale, gallery::Language::japanese);
         drawTitleBar(t, format, 300, L"Veil", true, false, banner.get());
         drawBitmap(t, preview.get(), {700, 10, 760, 40});
         return endDraw(t);
@@ -62,10 +62,10 @@ TEST_CASE(
             before = imagePixels(scene.target.get());
             scene.check(705, 20, {90, 200, 10});
             scene.check(755, 20, {30, 20, 250});
-            scene.check(25, 20, {255, 236, 206});   // the banner
-            scene.check(1205, 9, {188, 58, 58});    // the cross's ground
-            scene.check(1145, 172, {55, 55, 59});   // a hovered combo box
-            scene.check(850, 83, {228, 178, 112});  // a hovered button
+            scene.check(25, 20, {255, 236, 206});    // the banner
+            scene.check(609, 56, {188, 58, 58});     // the cross's ground
+            scene.check(430, 322, {55, 55, 59});     // a hovered combo box
+            scene.check(252, 142, {228, 178, 112});  // a hovered button
             loseTarget(nullptr);
             loseTarget(scene.target.get());
             CHECK(scene.paint(format.get()) == FrameResult::targetLost);

@@ -1,6 +1,8 @@
 #pragma once
 
-// A sheet that shows every widget in every state, for the eye and for tests.
+// Sheets that show every widget in every state, and every kind of text, for the eye and for tests.
+
+#include <vector>
 
 #include "platform/drawing.h"
 
@@ -8,9 +10,15 @@ namespace gallery {
 
 enum class Language { english, japanese };
 
-constexpr int kSheetWidth = 1230, kSheetHeight = 320;  // DIPs
+struct Sheet {
+    const wchar_t* name;
+    int widthDip, heightDip;
+    void (*paint)(veil::RenderTarget* target, float scale, Language language);
+};
 
-/// Paints the sheet on `target`, between a begin and an end.
-void paintSheet(veil::RenderTarget* target, Language language);
+const std::vector<Sheet>& sheets();
+
+/// A new target that holds `sheet` painted at `scale`; null if there is none to be had.
+veil::RenderTargetHolder paintSheet(const Sheet& sheet, float scale, Language language);
 
 }  // namespace gallery
