@@ -8,7 +8,6 @@
 
 #include "engine/averaged_window.h"
 #include "engine/blur.h"
-#include "engine/composition.h"
 #include "engine/settings.h"
 
 namespace veil {
