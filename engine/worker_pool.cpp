@@ -12,19 +12,6 @@ void pause() {
 #endif
 }
 
-// A system's sleep and wake-up take longer than most waits between the passes of a tile, so a thread looks a
-// while, some 15 microseconds, whether its turn comes.
-template <class IsReady>
-void await(std::unique_lock<std::mutex>& lock, std::condition_variable& changed, IsReady isReady) {
-    constexpr int kLooks = 30, kPauses = 16;
-    for (int i = 0; i < kLooks && !isReady(); ++i) {
-        lock.unlock();
-        for (int k = 0; k < kPauses; ++k) pause();
-        lock.lock();
-    }
-    changed.wait(lock, isReady);
-}
-
 }  // namespace
 
 // How far the chunks of one job are. Those before `taken` went to workers, those up to `brought` wait for
@@ -73,9 +60,29 @@ void WorkerPool::stopAndJoin() {
         const std::lock_guard lock(mutex);
         stopping = true;
         ++generation;
+        tell(wake);
     }
-    wake.notify_all();
     for (std::thread& thread : threads) thread.join();
+}
+
+// A system's sleep and wake-up take longer than most waits between the passes of a tile, so a thread first
+// looks for a while, about as long as they take, whether something changed.
+template <class IsReady>
+void WorkerPool::await(std::unique_lock<std::mutex>& lock, std::condition_variable& changed,
+                       IsReady isReady) {
+    constexpr int kPauses = 2000;
+    for (int pauses = 0; !isReady() && pauses < kPauses;) {
+        const unsigned seen = changes.load(std::memory_order_relaxed);
+        lock.unlock();
+        for (; changes.load(std::memory_order_relaxed) == seen && pauses < kPauses; ++pauses) pause();
+        lock.lock();
+    }
+    changed.wait(lock, isReady);
+}
+
+void WorkerPool::tell(std::condition_variable& changed) {
+    changes.fetch_add(1, std::memory_order_relaxed);
+    changed.notify_all();
 }
 
 void WorkerPool::workerMain(std::size_t index) {
@@ -98,7 +105,7 @@ void WorkerPool::workerMain(std::size_t index) {
             }
             if (!lock.owns_lock()) lock.lock();
             if (failure && !error) error = std::move(failure);
-            if (--pending == 0) done.notify_one();
+            if (--pending == 0) tell(done);
         }
     }
 }
@@ -129,8 +136,8 @@ void WorkerPool::runOnAll(const Job& workersJob, const std::function<void()>& ca
         job = workersJob;
         pending = static_cast<unsigned>(workerCount());
         ++generation;
+        tell(wake);
     }
-    wake.notify_all();
 
     std::exception_ptr failure;
     try {
@@ -152,7 +159,7 @@ void WorkerPool::shareRows(int start, int end, int height, const MakeJob& makeJo
     if (end <= start) return;
     const int workers = workerCount();
     if (workers == 0) {
-        makeJob()(start, end);
+        runChunks(nullptr, start, end, height, makeJob, ferry);
         return;
     }
     std::vector<Job> jobs;
@@ -177,13 +184,13 @@ void WorkerPool::takeChunks(Chunks& chunks, const Job& work) {
         } catch (...) {
             lock.lock();
             chunks.isStopped = true;
-            wake.notify_all();
-            done.notify_one();
+            tell(wake);
+            tell(done);
             throw;
         }
         lock.lock();
         chunks.finished.push_back(chunk);
-        done.notify_one();
+        tell(done);
     }
 }
 
@@ -200,7 +207,7 @@ void WorkerPool::giveChunks(Chunks& chunks, const Job& work, const Ferry& ferry)
         } catch (...) {
             lock.lock();
             chunks.isStopped = true;
-            wake.notify_all();
+            tell(wake);
             throw;
         }
         lock.lock();
@@ -215,12 +222,14 @@ void WorkerPool::giveChunks(Chunks& chunks, const Job& work, const Ferry& ferry)
         } else if (chunks.brought < chunks.back && chunks.brought - chunks.taken < ahead) {
             unlocked(ferry.bring, chunks.brought);
             ++chunks.brought;
-            wake.notify_all();
+            tell(wake);
         } else if (chunks.taken < chunks.back) {
-            --chunks.back;
-            chunks.brought = std::min(chunks.brought, chunks.back);
-            if (chunks.isGivenOut()) wake.notify_all();
-            unlocked(work, chunks.back);
+            const int own = --chunks.back;
+            const bool isBrought = chunks.brought > own;
+            chunks.brought = std::min(chunks.brought, own);
+            if (chunks.isGivenOut()) tell(wake);
+            if (ferry.bringsOwn && !isBrought) unlocked(ferry.bring, own);
+            if (!chunks.isStopped) unlocked(work, own);
         } else {
             await(lock, done, [&] { return chunks.isStopped || !chunks.finished.empty(); });
         }
@@ -236,10 +245,21 @@ void runRows(WorkerPool* pool, int start, int end, const WorkerPool::Job& job) {
 
 void runChunks(WorkerPool* pool, int start, int end, int height, const WorkerPool::MakeJob& makeJob,
                const WorkerPool::Ferry& ferry) {
-    if (pool)
+    if (end <= start) return;
+    if (pool && pool->workerCount() > 0) {
         pool->shareRows(start, end, height, makeJob, ferry);
-    else if (start < end)
-        makeJob()(start, end);
+        return;
+    }
+    const WorkerPool::Job job = makeJob();
+    if (!ferry.bringsOwn) {
+        job(start, end);
+        return;
+    }
+    for (int first = start; first < end; first += height) {
+        const int last = std::min(first + height, end);
+        ferry.bring(first, last);
+        job(first, last);
+    }
 }
 
 }  // namespace veil

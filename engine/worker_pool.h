@@ -2,6 +2,7 @@
 
 // Runs a job over a range of image rows on several threads, the calling thread among them.
 
+#include <atomic>
 #include <condition_variable>
 #include <exception>
 #include <functional>
@@ -26,8 +27,9 @@ class WorkerPool {
     /// What the calling thread does about the rows of other threads, where only it can reach the memory that
     /// they come from or go to. Either may be empty.
     struct Ferry {
-        Job bring;    ///< before another thread works on these rows; in order from the top
-        Job collect;  ///< after it; in any order
+        Job bring;               ///< before another thread works on these rows; in order from the top
+        Job collect;             ///< after it; in any order
+        bool bringsOwn = false;  ///< whether the calling thread brings its own rows too, in any order
     };
 
     /// Starts `workers` threads; a negative count acts as 0. Throws std::system_error if a thread can't be
@@ -58,6 +60,10 @@ class WorkerPool {
     void takeChunks(Chunks& chunks, const Job& work);
     void giveChunks(Chunks& chunks, const Job& work, const Ferry& ferry);
     void stopAndJoin();
+    template <class IsReady>
+    void await(std::unique_lock<std::mutex>& lock, std::condition_variable& changed, IsReady isReady);
+    // After a change of what others wait for. [with the lock]
+    void tell(std::condition_variable& changed);
 
     std::vector<std::thread> threads;
     Job job;
@@ -65,6 +71,7 @@ class WorkerPool {
     std::mutex mutex;  // guards all that follows, and job, ranges and chunks as the workers see them
     std::condition_variable wake;
     std::condition_variable done;
+    std::atomic<unsigned> changes = 0;  // of what the lock guards
     unsigned generation = 0;
     unsigned pending = 0;
     bool stopping = false;

@@ -150,9 +150,14 @@ TEST_CASE("a failed slice reaches the caller only after all others have ended, a
 
 TEST_CASE("shared rows run once each, and those of workers are ferried by the caller before and after") {
     for (const int workers : {0, 1, 3}) {
-        for (const auto& [start, end, height] :
-             {std::array{5, 5, 2}, {7, 5, 2}, {0, 1, 8}, {-3, 61, 4}, {2, 64, 9}}) {
-            INFO("workers ", workers, ", rows ", start, " to ", end, " by ", height);
+        for (const auto& [start, end, height, bringsOwn] : {std::array{5, 5, 2, 0},
+                                                            {7, 5, 2, 1},
+                                                            {0, 1, 8, 0},
+                                                            {0, 1, 8, 1},
+                                                            {-3, 61, 4, 0},
+                                                            {2, 64, 9, 1}}) {
+            INFO("workers ", workers, ", rows ", start, " to ", end, " by ", height, ", brings own ",
+                 bringsOwn);
             WorkerPool pool(workers);
             // Not atomic: what the ferry does not keep apart races.
             struct Row {
@@ -173,7 +178,7 @@ TEST_CASE("shared rows run once each, and those of workers are ferried by the ca
                     for (int y = first; y < last; ++y) {
                         Row& row = at(y);
                         row.byWorker = std::this_thread::get_id() != caller;
-                        misplaced += row.byWorker && row.brought != 1;
+                        misplaced += (row.byWorker || bringsOwn) && row.brought != 1;
                         ++row.done;
                     }
                     std::this_thread::sleep_for(std::chrono::microseconds(first % 3 * 100));
@@ -181,15 +186,17 @@ TEST_CASE("shared rows run once each, and those of workers are ferried by the ca
                 };
             };
             const WorkerPool::Job bring = [&](int first, int last) {
-                misplaced += std::this_thread::get_id() != caller || first != broughtEnd;
+                misplaced += std::this_thread::get_id() != caller;
                 for (int y = first; y < last; ++y) misplaced += at(y).done + at(y).brought++;
+                // The caller's own come from the bottom, between those of the workers.
+                misplaced += first != broughtEnd && !bringsOwn;
                 broughtEnd = last;
             };
             const WorkerPool::Job collect = [&](int first, int last) {
                 misplaced += std::this_thread::get_id() != caller;
                 for (int y = first; y < last; ++y) misplaced += !at(y).byWorker || at(y).collected++ > 0;
             };
-            pool.shareRows(start, end, height, makeJob, {bring, collect});
+            pool.shareRows(start, end, height, makeJob, {bring, collect, bringsOwn != 0});
             int wrong = 0;
             for (int y = -8; y < 72; ++y)
                 wrong += at(y).done != (y >= start && y < end) || at(y).collected != at(y).byWorker;
