@@ -14,6 +14,7 @@
 #include "engine/boost.h"
 #include "engine/composition.h"
 #include "engine/geometry.h"
+#include "engine/kernels/rows.h"
 #include "engine/render.h"
 #include "engine/resample.h"
 #include "presets/builtin_presets.h"
@@ -143,8 +144,10 @@ void boost(benchmark::State& state) {
     blurBoth(base, 108.0f, false, wide, out, pool.pool);
     HighlightBoost maker;
     const std::span<const AcrossBlur<FloatImage>> parts(&wide, 1);
+    std::vector<Rect> lit;  // as a tile has them
+    for (int x = 0; x < kPlane; x += 32) lit.push_back({x, 0, std::min(x + 32, kPlane), kPlane});
     for (auto _ : state)
-        benchmark::DoNotOptimize(maker.make(base, base.rect, parts, base.rect, settings, &pool.pool));
+        benchmark::DoNotOptimize(maker.make(base, base.rect, parts, lit, settings, &pool.pool));
     countWork(state, base.rect, {12 * 4, boostOperations()});
 }
 
@@ -153,10 +156,10 @@ void compose(benchmark::State& state) {
     const auto image = noiseImage<FloatImage>(kImage, kImage);
     const auto glow = noiseImage<FloatImage>(kPlane, kPlane);
     FloatImage out(image.rect);
-    const auto store = [&](int y, const float* row) { std::copy(row, row + out.rowLength(), out.row(y)); };
+    const auto rowAt = [&](int y) -> void* { return out.row(y); };
     for (auto _ : state)
         composeOutput({image.rect, image.pixels.data()}, glow, image.rect, kImage, kImage, kPlane, kPlane,
-                      settingsOf(0, false, 0.0f), store, &pool.pool);
+                      settingsOf(0, false, 0.0f), {SampleKind::floats, rowAt, {}}, &pool.pool);
     countWork(state, image.rect, {24.75, 3 * (kLinearRead / 4 + kLinearRead) + 73});
 }
 
@@ -172,22 +175,25 @@ void renderTile(benchmark::State& state, const RenderSettings& settings, int til
     countWork(state, tile, {0, 0});
 }
 
-// Tile after tile of a picture in memory, as a run of the filter does it, without the host.
+// Tile after tile of an 8-bit picture in memory, as a run of the filter does it, without the host.
 void renderPicture(benchmark::State& state, const RenderSettings& settings, int tileSize) {
     Pool pool(state);
-    const auto picture = noiseImage<FloatImage>(6 * 512, 4 * 512);
-    const Rect& whole = picture.rect;
-    FloatImage out(whole);
-    const SourceRows source(whole, picture.pixels.data());
+    const Rect whole{0, 0, 6 * 512, 4 * 512};
+    std::vector<float> noise(static_cast<std::size_t>(whole.width()) *
+                             static_cast<std::size_t>(whole.height()) * 3);
+    fillWithNoise(noise);
+    std::vector<unsigned char> picture(noise.size()), result(noise.size());
+    floatsToBytes(noise.data(), picture.data(), static_cast<int>(noise.size()));
+    const auto indexOf = [&](int x, int y) { return static_cast<std::size_t>((y * whole.x1 + x) * 3); };
+    const SourceRows source(whole, SampleKind::bytes,
+                            [&](int x, int y, int) { return picture.data() + indexOf(x, y); });
     for (auto _ : state) {
         ImageRenderer renderer(whole.x1, whole.y1, settings);
         for (int y = 0; y < whole.y1; y += tileSize)
             for (int x = 0; x < whole.x1; x += tileSize) {
-                const Rect tile{x, y, x + tileSize, y + tileSize};
-                const auto store = [&](int row, const float* pixels) {
-                    std::copy(pixels, pixels + tileSize * 3, out.row(row) + x * 3);
-                };
-                renderer.render(tile, {source, source}, store, &pool.pool);
+                const auto rowAt = [&](int row) { return result.data() + indexOf(x, row); };
+                renderer.render({x, y, x + tileSize, y + tileSize}, {source, source},
+                                {SampleKind::bytes, rowAt, {}}, &pool.pool);
             }
     }
     countWork(state, whole, {0, 0});

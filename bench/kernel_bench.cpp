@@ -26,11 +26,12 @@ std::vector<float> noiseRow(std::uint32_t state) {
 // Inputs and outputs of every kernel; a row begins behind some slack, since taps read around it.
 struct Rows {
     std::vector<float> in[8], outRow;
-    std::vector<unsigned char> bytes;
+    std::vector<unsigned char> bytes, outBytes;
     std::vector<int> centres;
     std::vector<BilinearColumn> enlarging, enlargingPlane;
 
-    Rows() : outRow(kCount * 8), bytes(kCount * 2) {
+    Rows() : outRow(kCount * 8), bytes(kCount * 2), outBytes(kCount * 2) {
+        for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<unsigned char>(i * 37);
         for (std::uint32_t i = 0; i < 8; ++i) in[i] = noiseRow(i);
         for (int i = 0; i < kPixels; ++i) {
             const int left = i / 4;
@@ -54,7 +55,11 @@ void measure(benchmark::State& state, const KernelTable& kernels, Call call) {
     state.counters["M/s"] = benchmark::Counter(kPixels * 1e-6, benchmark::Counter::kIsIterationInvariantRate);
 }
 
-constexpr ComposeConstants kComposing{0.9f, 0.7f, 0.2f, 1.0f, 0.9f, 0.8f, false};
+void compose(const KernelTable& k, int kind, Rows& r, const void* source, void* out) {
+    constexpr ComposeConstants kComposing{1.0f, 0.7f, 0.2f, 1.0f, 0.9f, 0.8f, false};
+    const GlowRow top{r.row(0), r.row(1), r.row(2), true}, bottom{r.row(3), r.row(4), r.row(5), true};
+    k.composeRow[kind](top, bottom, 0.3f, source, kComposing, out, kPixels);
+}
 
 const struct {
     const char* name;
@@ -62,7 +67,17 @@ const struct {
 } kCases[] = {
     {"sumFiveRows",
      [](const KernelTable& k, Rows& r) {
-         k.sumFiveRows(r.row(0), r.row(1), r.row(2), r.row(3), r.row(4), r.out(), kCount);
+         k.sumFiveRows[0]({r.row(0), r.row(1), r.row(2), r.row(3), r.row(4)}, r.out(), kCount);
+     }},
+    {"sumFiveRows, bytes",
+     [](const KernelTable& k, Rows& r) {
+         const unsigned char* row = r.bytes.data();
+         k.sumFiveRows[1]({row, row + 3, row + 9, row + 11, row + 12}, r.out(), kCount);
+     }},
+    {"sumFiveRows, words",
+     [](const KernelTable& k, Rows& r) {
+         const unsigned char* row = r.bytes.data();
+         k.sumFiveRows[2]({row, row, row, row, row}, r.out(), kCount);
      }},
     {"boxRow", [](const KernelTable& k, Rows& r) { k.boxRow(r.row(0), r.centres.data(), r.out(), kPixels); }},
     {"expandRow",
@@ -90,11 +105,11 @@ const struct {
      [](const KernelTable& k, Rows& r) {
          k.boostRow({r.row(0), r.row(1), r.row(2), r.row(3), r.row(4), r.row(5)}, 0.0f, r.out(), kPixels);
      }},
-    {"composeRow",
-     [](const KernelTable& k, Rows& r) {
-         const GlowRow top{r.row(0), r.row(1), r.row(2)}, bottom{r.row(3), r.row(4), r.row(5)};
-         k.composeRow(top, bottom, 0.3f, r.row(6), kComposing, r.out(), kPixels);
-     }},
+    {"composeRow", [](const KernelTable& k, Rows& r) { compose(k, 0, r, r.row(6), r.out()); }},
+    {"composeRow, bytes",
+     [](const KernelTable& k, Rows& r) { compose(k, 1, r, r.bytes.data(), r.outBytes.data()); }},
+    {"composeRow, words",
+     [](const KernelTable& k, Rows& r) { compose(k, 2, r, r.bytes.data(), r.outBytes.data()); }},
     {"bytesToFloats",
      [](const KernelTable& k, Rows& r) { k.bytesToFloats(r.bytes.data(), r.out(), kCount); }},
     {"wordsToFloats",

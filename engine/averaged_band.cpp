@@ -7,10 +7,7 @@ namespace veil {
 
 namespace {
 
-BoxPlan planPart(const Rect& part, const Rect& sourceRect, const PlaneSizes& sizes) {
-    return planBoxes(sourceRect, part, sizes.imageWidth, sizes.imageHeight, sizes.workWidth,
-                     sizes.workHeight);
-}
+constexpr int kChunkRows = 2 * kRowGroup;
 
 }  // namespace
 
@@ -36,39 +33,40 @@ Rect AveragedBand::newPart(const Rect& work, const PlaneSizes& sizes) const {
     return {work.x0, isBelow ? end : work.y0, work.x1, work.y1};
 }
 
-Rect AveragedBand::reads(const Rect& work, const Rect& sourceRect, const PlaneSizes& sizes) const {
-    return planPart(newPart(work, sizes), sourceRect, sizes).reads();
-}
-
 const FloatImage& AveragedBand::advance(const Rect& work, const SourceRows& source, const PlaneSizes& sizes,
-                                        const RowTransform& transform, WorkerPool* pool) {
+                                        const RowTransform& transform, const MakeStep& makeStep,
+                                        WorkerPool* pool) {
     const Rect part = newPart(work, sizes);
-    const BoxPlan plan = planPart(part, source.rect, sizes);
+    const BoxPlan plan =
+        planBoxes(source.rect, part, sizes.imageWidth, sizes.imageHeight, sizes.workWidth, sizes.workHeight);
     Held next = held;
     if (isInRow(work))
         next.columnsEnd = std::max(held.columnsEnd, work.x1);
     else
         next = {work.y0, work.y1, part.y0, work.x0, work.x1};
     const Held before = std::exchange(held, {});
-    if (before.begin < work.y0 && work.y0 < part.y0) {
-        const float* from = image.row(work.y0 - before.begin);
-        std::copy(from, from + image.rowLength() * static_cast<std::size_t>(part.y0 - work.y0), image.row(0));
-    }
-    image.reshape({0, work.y0, sizes.workWidth, work.y1});
-    if (!part.isEmpty())
-        shareBoxRows(
-            plan, source, part.height(),
-            [&]() -> WorkerPool::Job {
-                return [&, boxes = BoxRows(plan, source)](int first, int end) mutable {
-                    for (int i = first; i < end; ++i) {
-                        float* row =
-                            image.row(part.y0 + i - work.y0) + static_cast<std::ptrdiff_t>(part.x0) * 3;
-                        boxes.average(i, row);
-                        if (transform) transform(row, part.width());
-                    }
-                };
-            },
-            pool);
+    const Rect rows{0, work.y0, sizes.workWidth, work.y1};
+    if (before.begin <= work.y0 && work.y0 < part.y0)
+        image.moveRows(work.y0 - before.begin, part.y0 - work.y0, rows);
+    else if (image.rect != rows)
+        image.reshape(rows, std::min(work.height(), sizes.workHeight - work.height()));
+    const auto newAt = [&](int y) {
+        return image.row(y - work.y0) + static_cast<std::ptrdiff_t>(part.x0) * 3;
+    };
+    BoxRows boxes(plan, source);
+    const auto average = [&](int first, int end) {
+        if (part.isEmpty()) return;
+        for (int y = std::max(first, part.y0); y < std::min(end, part.y1); ++y)
+            boxes.average(y - part.y0, newAt(y));
+    };
+    const auto makeJob = [&]() -> WorkerPool::Job {
+        return [&, step = makeStep(image)](int first, int end) {
+            for (int y = std::max(first, part.y0); transform && y < std::min(end, part.y1); ++y)
+                transform(newAt(y), part.width());
+            step(first, end);
+        };
+    };
+    runChunks(pool, work.y0, work.y1, kChunkRows, makeJob, {average, {}, true});
     held = next;
     return image;
 }

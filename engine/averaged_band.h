@@ -5,6 +5,7 @@
 // have.
 
 #include "engine/averaged_window.h"
+#include "engine/blur.h"
 
 namespace veil {
 
@@ -13,15 +14,16 @@ bool fitsBand(const Rect& work, const PlaneSizes& sizes);
 
 class AveragedBand {
   public:
-    /// An image that holds `work`, from the source `source`, of which only reads(...) is read. Each new row
-    /// is handed to `transform`; so all calls for one object must have one image, source and transform. After
-    /// an exception nothing is kept. Tiles may come in any order; in rows from the top, each from the left,
-    /// they share most.
-    const FloatImage& advance(const Rect& work, const SourceRows& source, const PlaneSizes& sizes,
-                              const RowTransform& transform, WorkerPool* pool);
+    /// What follows on finished rows `first` up to `end` of the working plane, in one slice of the job.
+    using MakeStep = std::function<WorkerPool::Job(const FloatImage& averaged)>;
 
-    /// The image pixels that advance would read.
-    Rect reads(const Rect& work, const Rect& sourceRect, const PlaneSizes& sizes) const;
+    /// An image that holds `work`. The calling thread alone reads `source`, and of it only what is new. Each
+    /// new row is handed to `transform`; so all calls for one object must have one image, source and
+    /// transform. Steps begin at chunks of rows, whose height is a multiple of kRowGroup. After an exception
+    /// nothing is kept. Tiles may come in any order; in rows from the top, each from the left, they share
+    /// most.
+    const FloatImage& advance(const Rect& work, const SourceRows& source, const PlaneSizes& sizes,
+                              const RowTransform& transform, const MakeStep& makeStep, WorkerPool* pool);
 
   private:
     bool isInRow(const Rect& work) const;

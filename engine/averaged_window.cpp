@@ -1,6 +1,7 @@
 #include "engine/averaged_window.h"
 
 #include "engine/geometry.h"
+#include "engine/prefetch.h"
 
 #include <algorithm>
 #include <utility>
@@ -17,17 +18,6 @@ BoxPlan planNewBoxes(const Rect& work, int firstColumn, const Rect& sourceRect, 
 }
 
 }  // namespace
-
-void shareBoxRows(const BoxPlan& plan, const SourceRows& source, int rows, const WorkerPool::MakeJob& makeJob,
-                  WorkerPool* pool) {
-    WorkerPool::Ferry ferry;
-    if (source.bring && !plan.columns.empty())
-        ferry.bring = [&](int first, int end) {
-            const Rect read = plan.reads(first, end);
-            source.bring(read.y0, read.y1);
-        };
-    runChunks(pool, 0, rows, kChunkRows, makeJob, ferry);
-}
 
 PlaneSizes planeSizes(int imageWidth, int imageHeight) {
     return {imageWidth, imageHeight, workingSize(imageWidth), workingSize(imageHeight)};
@@ -46,10 +36,6 @@ int AveragedWindow::firstNewColumn(const Rect& work, const PlaneSizes& sizes) co
     return overlaps && tilesShareBoxes(sizes) ? held.x1 : work.x0;
 }
 
-Rect AveragedWindow::reads(const Rect& work, const Rect& sourceRect, const PlaneSizes& sizes) const {
-    return planNewBoxes(work, firstNewColumn(work, sizes), sourceRect, sizes).reads();
-}
-
 const FloatImage& AveragedWindow::advance(const Rect& work, const SourceRows& source, const PlaneSizes& sizes,
                                           const RowTransform& transform, const MakeRowStep& makeStep,
                                           WorkerPool* pool) {
@@ -59,24 +45,33 @@ const FloatImage& AveragedWindow::advance(const Rect& work, const SourceRows& so
     // The memory changes hands from window to window.
     next.reshape(work);
     const auto kept = static_cast<std::size_t>(firstColumn - work.x0) * 3;
+    const std::size_t newBytes = (next.rowLength() - kept) * sizeof(float);
+    // The calling thread averages, for means are a quarter of the bytes that other threads would have to be
+    // handed instead.
+    BoxRows boxes(plan, source);
+    const auto average = [&](int first, int end) {
+        if (firstColumn == work.x1) return;
+        for (int i = first; i < end; ++i) {
+            if (i + 1 < work.height()) expect<Access::write>(next.row(i + 1) + kept, newBytes);
+            boxes.average(i, next.row(i) + kept);
+        }
+    };
     const auto makeJob = [&]() -> WorkerPool::Job {
-        return [&, boxes = BoxRows(plan, source), step = makeStep ? makeStep() : RowStep()](int first,
-                                                                                            int end) mutable {
+        return [&, step = makeStep ? makeStep() : RowStep()](int first, int end) mutable {
             for (int i = first; i < end; ++i) {
                 float* row = next.row(i);
+                if (i + 1 < end) expect(next.row(i + 1) + kept, newBytes);
                 if (kept > 0) {
                     const float* from = held.row(i) + (work.x0 - held.rect.x0) * 3;
+                    if (i + 1 < end) expect(from + held.rowLength(), kept * sizeof(float));
                     std::copy(from, from + kept, row);
                 }
-                if (firstColumn < work.x1) {
-                    boxes.average(i, row + kept);
-                    if (transform) transform(row + kept, work.x1 - firstColumn);
-                }
+                if (transform && firstColumn < work.x1) transform(row + kept, work.x1 - firstColumn);
                 if (step) step(i, row);
             }
         };
     };
-    shareBoxRows(plan, source, work.height(), makeJob, pool);
+    runChunks(pool, 0, work.height(), kChunkRows, makeJob, {average, {}, true});
     current = std::exchange(next, std::move(held));
     return current;
 }

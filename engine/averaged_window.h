@@ -27,11 +27,6 @@ bool tilesShareBoxes(const PlaneSizes& sizes);
 /// Rewrites a row of `count` RGB pixels in place; an empty one leaves it alone.
 using RowTransform = std::function<void(float* row, int count)>;
 
-/// Runs jobs over `rows` rows, those of `plan` if it has any, by WorkerPool::shareRows; they may ask a
-/// BoxRows of `plan` for them, whose source rows are brought where that is needed.
-void shareBoxRows(const BoxPlan& plan, const SourceRows& source, int rows, const WorkerPool::MakeJob& makeJob,
-                  WorkerPool* pool);
-
 class AveragedWindow {
   public:
     /// What follows at once on the finished row `y`, local to the window, of one slice of the job.
@@ -39,14 +34,11 @@ class AveragedWindow {
     /// Makes the step of a slice, with whatever scratch it needs.
     using MakeRowStep = std::function<RowStep()>;
 
-    /// The window over `work`, from the source `source`, of which only reads(...) is read. Each new row is
-    /// handed to `transform`; so all windows of one object must have one image, source and transform. After
-    /// an exception nothing is kept.
+    /// The window over `work`. The calling thread alone reads `source`, and of it only what is new. Each new
+    /// row is handed to `transform`; so all windows of one object must have one image, source and transform.
+    /// After an exception nothing is kept.
     const FloatImage& advance(const Rect& work, const SourceRows& source, const PlaneSizes& sizes,
                               const RowTransform& transform, const MakeRowStep& makeStep, WorkerPool* pool);
-
-    /// The image pixels that advance would read.
-    Rect reads(const Rect& work, const Rect& sourceRect, const PlaneSizes& sizes) const;
 
   private:
     int firstNewColumn(const Rect& work, const PlaneSizes& sizes) const;

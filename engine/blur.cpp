@@ -2,6 +2,7 @@
 
 #include "engine/kernels/rows.h"
 #include "engine/linear_read.h"
+#include "engine/prefetch.h"
 
 #include <algorithm>
 #include <bit>
@@ -9,6 +10,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 namespace veil {
 
@@ -49,16 +51,19 @@ void fillEdges(LinePlan& plan) {
     }
 }
 
-// Whether every edge read has the fraction of its tap, so that the edge is like the inside.
-bool isEven(const LinePlan& plan) {
-    const auto isAll = [&](int tap, bool isPlus, float fraction) {
-        const float* first = plan.edgeFractionsOf(tap, isPlus);
-        return std::all_of(first, first + plan.edgeCount(),
-                           [=](float f) { return f == fraction && !std::signbit(f); });
+// Whether all reads of pixel `p` have the fractions of the table, as inside.
+bool isEven(const TapTable& table, int p) {
+    const auto isRead = [](float position, int low, float fraction) {
+        const float f = edgeFraction(position, low);
+        return f == fraction && !std::signbit(f);
     };
-    for (int k = 0; k < plan.table.count; ++k)
-        if (!isAll(k, false, plan.table.taps[k].negFrac) || !isAll(k, true, plan.table.taps[k].frac))
+    for (int k = 0; k < table.count; ++k) {
+        const Tap& tap = table.taps[k];
+        const float distance = tapDistance(table, k);
+        if (!isRead(static_cast<float>(p) - distance, p + tap.negOffset, tap.negFrac) ||
+            !isRead(static_cast<float>(p) + distance, p + tap.offset, tap.frac))
             return false;
+    }
     return true;
 }
 
@@ -74,23 +79,21 @@ LinePlan planLines(const TapTable& table, int size, int begin, int end) {
     const int insideFirst = std::min(size, table.edge);
     plan.insideBegin = std::clamp(insideFirst, begin, end);
     plan.insideEnd = std::clamp(std::max(insideFirst, size - table.edge), begin, end);
+    while (plan.insideBegin > begin && isEven(table, plan.insideBegin - 1)) --plan.insideBegin;
+    while (plan.insideEnd < end && isEven(table, plan.insideEnd)) ++plan.insideEnd;
     for (int k = 0; k < table.count; ++k) {
         plan.minusLines[k] = lineOfFraction(plan.fractions, table.taps[k].negFrac);
         plan.plusLines[k] = lineOfFraction(plan.fractions, table.taps[k].frac);
     }
     fillEdges(plan);
-    if (isEven(plan)) {
-        plan.insideBegin = begin;
-        plan.insideEnd = end;
-    }
     return plan;
 }
 
 // `count` samples in `buffer`, from an address where a line of the cache begins: rows of a strip then never
 // straddle two.
-float* alignedIn(std::vector<float>& buffer, std::size_t count) {
+float* alignedIn(Samples& buffer, std::size_t count) {
     constexpr std::size_t kLine = 64;
-    buffer.resize(count + kLine / sizeof(float));
+    growTo(buffer, count + kLine / sizeof(float));
     const auto past = reinterpret_cast<std::uintptr_t>(buffer.data()) % kLine;
     return buffer.data() + (kLine - past) % kLine / sizeof(float);
 }
@@ -117,12 +120,15 @@ void blurInside(const LinePlan& plan, const float* line, int step, LineScratch& 
     float* const lerped =
         alignedIn(scratch.lerped, static_cast<std::size_t>(lerpedCount) * plan.fractions.size());
     const float* lines[2 * kMaxTaps];
+    float fractions[2 * kMaxTaps];
+    int lineCount = 0;
     for (std::size_t i = 0; i < plan.fractions.size(); ++i) {
-        float* to = lerped + i * static_cast<std::size_t>(lerpedCount);
-        // A read of a whole pixel is the pixel.
-        if (plan.fractions[i] != 0.0f) lerpRows(first, first + step, plan.fractions[i], to, lerpedCount);
-        lines[i] = plan.fractions[i] != 0.0f ? to : first;
+        lines[i] = first;  // a read of a whole pixel is the pixel
+        if (plan.fractions[i] == 0.0f) continue;
+        fractions[lineCount] = plan.fractions[i];
+        lines[i] = lerped + static_cast<std::ptrdiff_t>(lerpedCount) * lineCount++;
     }
+    lerpLines(first, step, fractions, lineCount, lerped, lerpedCount, lerpedCount);
     const auto readOf = [&](int lerpedLine, int offset) {
         return lines[lerpedLine] + (table.edge + offset) * step;
     };
@@ -195,26 +201,37 @@ void padLine(const LinePlan& plan, const Span& own, int step, float* line) {
 }
 
 // Samples; narrow, so that the rows which the taps of a strip reach stay in the cache.
-constexpr int kStripWidth = 64;
+constexpr int kStripWidth = 16;
+
+constexpr int kStripsAJob = 2;
 
 int stripsOf(int count) { return (count + kStripWidth - 1) / kStripWidth; }
+
+// `count` samples of a strip, mostly all of its width: then the copy is a few instructions.
+void copySamples(const float* from, int count, float* to) {
+    if (count == kStripWidth)
+        std::memcpy(to, from, kStripWidth * sizeof(float));
+    else
+        std::copy(from, from + count, to);
+}
 
 // One strip of `count` columns; the callables give the address of a row of the source and of the result.
 template <class RowAt, class OutAt>
 void blurStrip(const LinePlan& plan, int strip, int count, RowAt rowAt, OutAt outAt, LineScratch& scratch) {
     const int column = strip * kStripWidth, step = std::min(kStripWidth, count - column);
     float* line = scratch.lineOf(plan, step);
-    for (int i = plan.own.begin; i < plan.own.end; ++i) {
-        const float* from = rowAt(plan.firstOwn() + i - plan.own.begin) + column;
-        std::copy(from, from + step, line + i * step);
-    }
+    const auto at = [&](int i) { return rowAt(plan.firstOwn() + i - plan.own.begin) + column; };
+    for (int i = plan.own.begin; i < plan.own.end; ++i) copySamples(at(i), step, line + i * step);
+    // The next strip comes while this one is summed.
+    if (column + step < count)
+        for (int i = plan.own.begin; i < plan.own.end; ++i) expect(at(i) + step, kStripWidth * sizeof(float));
     padLine(plan, plan.own, step, line);
-    scratch.blurred.resize(static_cast<std::size_t>((plan.end - plan.begin) * step));
+    growTo(scratch.blurred, static_cast<std::size_t>((plan.end - plan.begin) * step));
     float* blurred = scratch.blurred.data();
     blurStripEdges(plan, line, step, blurred);
     blurInside(plan, line, step, scratch, blurred);
     for (int y = 0; y < plan.end - plan.begin; ++y, blurred += step)
-        std::copy(blurred, blurred + step, outAt(y) + column);
+        copySamples(blurred, step, outAt(y) + column);
 }
 
 }  // namespace
@@ -283,7 +300,7 @@ void blurAcrossRows(float radius, const std::vector<const float*>& rows, int beg
                     [&](int y) { return out + static_cast<std::size_t>(y) * outLength; }, scratch);
         };
     };
-    runChunks(pool, 0, stripsOf(count), 1, makeJob, {});
+    runChunks(pool, 0, stripsOf(count), kStripsAJob, makeJob, {});
 }
 
 AlongBlur makeAlongBlur(float radius, bool anamorphic, int width, int begin, int end) {
@@ -325,8 +342,8 @@ void blurAlong(const AlongBlur& blur, const float* rows, int rowCount, std::size
         return;
     }
     const int n = blur.boxHalfWidth, boxedLength = blur.width * 3;
-    scratch.sums.resize(((width + 2 * static_cast<std::size_t>(n) + 1) * 3 + 1) * kBoxRows);
-    scratch.boxed.resize(width * 3 * kBoxRows);
+    growTo(scratch.sums, ((width + 2 * static_cast<std::size_t>(n) + 1) * 3 + 1) * kBoxRows);
+    growTo(scratch.boxed, width * 3 * kBoxRows);
     float *boxed = scratch.boxed.data(), *sums = scratch.sums.data();
     const BoxSource source{rows, rowCount, static_cast<int>(rowLength)}, again{boxed, rowCount, boxedLength};
     boxBlurRows(source, blur.width, n, 0, blur.boxEnds[0], sums, boxed, boxedLength);
@@ -341,13 +358,26 @@ Span gaussianReads(float radius, Span axis, Span wanted) {
 }
 
 template <class Image>
-void AcrossBlur<Image>::begin(float blurRadius, bool anamorphic, Span axis, Span wanted, Span columns) {
+int AcrossBlur<Image>::begin(float blurRadius, bool anamorphic, Span axis, Span wanted, Span columns,
+                             Span kept) {
     radius = blurRadius;
     isAcross = !anamorphic;
     axisBegin = axis.begin;
     axisEnd = axis.end;
     const Span rows = isAcross ? gaussianReads(radius, axis, wanted) : wanted;
-    image.reshape({columns.begin, rows.begin, columns.end, rows.end});
+    rect = {columns.begin, rows.begin, columns.end, rows.end};
+    // Rows begin with a line of the cache, so that a strip takes one of each.
+    const Rect padded{rect.x0, rect.y0,
+                      rect.x0 + static_cast<int>(paddedLength(static_cast<std::size_t>(rect.width()))),
+                      rect.y1};
+    if (rows.begin < kept.begin || rows.begin >= kept.end) {
+        // Tiles at the picture's edge are lower than those inside.
+        image.reshape(padded, rect.height());
+        return rows.begin;
+    }
+    const int keptEnd = std::min(kept.end, rows.end);
+    image.moveRows(rows.begin - image.rect.y0, keptEnd - rows.begin, padded);
+    return keptEnd;
 }
 
 template <class Image>
@@ -362,7 +392,7 @@ void AcrossBlur<Image>::make(const Rect& wanted, float* out, std::size_t outLeng
         return;
     }
     std::vector<const float*> rows(static_cast<std::size_t>(axisEnd - axisBegin));
-    for (int y = image.rect.y0; y < image.rect.y1; ++y)
+    for (int y = rect.y0; y < rect.y1; ++y)
         rows[static_cast<std::size_t>(y - axisBegin)] = image.row(y - image.rect.y0) + firstSample;
     blurAcrossRows(radius, rows, wanted.y0 - axisBegin, wanted.y1 - axisBegin, count, out, outLength,
                    nullptr);

@@ -72,8 +72,8 @@ struct LinePlan {
 
 /// What a thread needs beside a line; grows once.
 struct LineScratch {
-    std::vector<float> line, lerped, blurred;
-    std::vector<float> sums, boxed;
+    Samples line, lerped, blurred;
+    Samples sums, boxed;
 
     float* lineOf(const LinePlan& plan, int step);
 };
@@ -122,13 +122,16 @@ template <class Image>
 class AcrossBlur {
   public:
     /// Begins an image whose axis has the rows `axis` of its plane, of which those of `wanted` are asked for,
-    /// in the columns `columns`. With `anamorphic` nothing is blurred across.
-    void begin(float radius, bool anamorphic, Span axis, Span wanted, Span columns);
+    /// in the columns `columns`. With `anamorphic` nothing is blurred across. Rows of `kept`, of the same
+    /// columns in the image before, stay if the new one begins among them. The first row that has to be
+    /// filled.
+    int begin(float radius, bool anamorphic, Span axis, Span wanted, Span columns, Span kept = {0, 0});
 
-    /// The rows that have to be filled, and the columns.
-    const Rect& held() const { return image.rect; }
+    /// All rows that are needed, and the columns.
+    const Rect& held() const { return rect; }
     float* row(int y) { return image.row(y - image.rect.y0); }
     std::size_t rowLength() const { return image.rowLength(); }
+    std::size_t bytes() const { return image.pixels.size() * sizeof(float); }
 
     /// The result over `wanted`, to rows `outLength` samples apart.
     void make(const Rect& wanted, float* out, std::size_t outLength) const;
@@ -137,7 +140,8 @@ class AcrossBlur {
     float radius = 0.0f;
     bool isAcross = false;
     int axisBegin = 0, axisEnd = 0;
-    Image image;
+    Rect rect;
+    Image image;  // of `rect` and some columns more
 };
 
 }  // namespace veil

@@ -23,22 +23,23 @@ Rect blurReads(float radius, bool isStreak, const Rect& plane, const Rect& wante
 }
 
 template <class Image>
-std::vector<float> bufferFor(const Rect& r) {
-    return std::vector<float>(static_cast<std::size_t>(r.width()) * static_cast<std::size_t>(r.height()) *
-                              Image::kChannels);
+Samples bufferFor(const Rect& r) {
+    return Samples(static_cast<std::size_t>(r.width()) * static_cast<std::size_t>(r.height()) *
+                   Image::kChannels);
 }
 
 // A part of an image that was blurred across, and the rows of its enlargement.
 template <class Image>
 struct EnlargedPart {
-    std::vector<float> samples, row;
+    Samples samples, row;
     BilinearRows<Image> rows;
 
-    EnlargedPart(const AcrossBlur<Image>& blur, const BilinearPlan& enlargement, const Rect& part)
-        : samples(bufferFor<Image>(part)),
+    EnlargedPart(const AcrossBlur<Image>& blur, const BilinearPlan& enlargement)
+        : samples(bufferFor<Image>(enlargement.reads)),
           row(static_cast<std::size_t>(enlargement.target.width()) * Image::kChannels),
-          rows(enlargement, samples.data(), part) {
-        blur.make(part, samples.data(), static_cast<std::size_t>(part.width()) * Image::kChannels);
+          rows(enlargement, samples.data(), enlargement.reads) {
+        blur.make(enlargement.reads, samples.data(),
+                  static_cast<std::size_t>(enlargement.reads.width()) * Image::kChannels);
     }
 
     const float* at(int y) {
@@ -53,12 +54,19 @@ bool boostsLitOnly(const RenderSettings& settings) {
     return std::isfinite(settings.highlightBoost) && std::isfinite(settings.wideScale);
 }
 
-void HighlightBoost::plan(const Rect& work, const Rect& lit, const RenderSettings& settings) {
+Rect boundsOf(std::span<const Rect> parts) {
+    Rect bounds = parts.front();
+    for (const Rect& r : parts)
+        bounds = {std::min(bounds.x0, r.x0), std::min(bounds.y0, r.y0), std::max(bounds.x1, r.x1),
+                  std::max(bounds.y1, r.y1)};
+    return bounds;
+}
+
+void HighlightBoost::plan(const Rect& work, std::span<const Rect> lit, const RenderSettings& settings) {
     isStreak = settings.anamorphic;
     radius = workingRadius(settings) * 0.5f;  // spans on the half plane what the bloom spans on the other
     half = reducedRect(work, kHalf);
-    enlargement = planEnlargement(half, lit, kHalf);
-    const Rect& spread = enlargement.reads;
+    const Rect bounds = boundsOf(lit), spread = planEnlargement(half, bounds, kHalf).reads;
     rimRect = blurReads(radius, isStreak, half, spread);
     Rect reduced = blurReads(radius, isStreak, half, rimRect);
     if (isStreak) {
@@ -73,7 +81,7 @@ void HighlightBoost::plan(const Rect& work, const Rect& lit, const RenderSetting
     surround.begin(radius, isStreak, rowsOf(half), rowsOf(spread), columnsOf(spread));
     rimColor.begin(radius, isStreak, rowsOf(half), rowsOf(spread), columnsOf(spread));
     rimWeight.begin(radius, isStreak, rowsOf(half), rowsOf(spread), columnsOf(spread));
-    boosted.reshape(lit);
+    boosted.reshape(bounds);
 }
 
 // The half plane, and along its rows the blurs of itself and of the mask of blown-out cores.
@@ -85,7 +93,7 @@ void HighlightBoost::reduceAndMask(const FloatImage& base, int first, int end) {
     const RowBlur alongMask =
         makeRowBlur(radius, half.width(), masked.x0 - half.x0, masked.x1 - half.x0, FloatPlane::kChannels);
     const int firstColumn = reduced.x0 - half.x0;
-    std::vector<float> mask(static_cast<std::size_t>(half.width()));
+    Samples mask(static_cast<std::size_t>(half.width()));
     LineScratch scratch;
     for (int y = first; y < end; ++y) {
         float* row = halfBase.row(y - reduced.y0) + firstColumn * 3;
@@ -110,7 +118,7 @@ void HighlightBoost::findRims(int first, int end) {
         makeRowBlur(radius, half.width(), spread.x0 - half.x0, spread.x1 - half.x0, FloatPlane::kChannels);
     const auto width = static_cast<std::size_t>(half.width());
     const std::ptrdiff_t firstColumn = rimRect.x0 - half.x0;
-    std::vector<float> colors(width * 3 * kRowGroup), weights(width);
+    Samples colors(width * 3 * kRowGroup), weights(width);
     LineScratch scratch;
     for (int y = first; y < end; y += kRowGroup) {
         const int rows = std::min(kRowGroup, end - y);
@@ -126,43 +134,46 @@ void HighlightBoost::findRims(int first, int end) {
 }
 
 void HighlightBoost::boost(const FloatImage& base, WideParts wideBlur, const RenderSettings& settings,
-                           int first, int end) {
-    const Rect &lit = boosted.rect, &reads = enlargement.reads;
-    const auto readAt = [&](int y) { return enlargement.rows[static_cast<std::size_t>(y - lit.y0)]; };
-    const Rect spread{reads.x0, reads.y0 + readAt(first).low, reads.x1, reads.y0 + readAt(end - 1).high + 1};
-    EnlargedPart<FloatImage> around(surround, enlargement, spread), rim(rimColor, enlargement, spread);
-    EnlargedPart<FloatPlane> weight(rimWeight, enlargement, spread);
+                           const Rect& part) {
+    const BilinearPlan enlargement = planEnlargement(half, part, kHalf);
+    EnlargedPart<FloatImage> around(surround, enlargement), rim(rimColor, enlargement);
+    EnlargedPart<FloatPlane> weight(rimWeight, enlargement);
     BilinearRows<FloatPlane> coreSpread(enlargement, coreBlur.row(0), rimRect);
-    std::vector<float> coreRow(static_cast<std::size_t>(lit.width()));
-    const Rect slice{lit.x0, first, lit.x1, end};
-    std::vector<float> wide = bufferFor<FloatImage>(slice);
-    for (const AcrossBlur<FloatImage>& part : wideBlur) {
-        const Rect seen{std::max(lit.x0, part.held().x0), first, std::min(lit.x1, part.held().x1), end};
+    Samples coreRow(static_cast<std::size_t>(part.width()));
+    Samples wide = bufferFor<FloatImage>(part);
+    const auto wideLength = static_cast<std::size_t>(part.width()) * FloatImage::kChannels;
+    for (const AcrossBlur<FloatImage>& blur : wideBlur) {
+        const Rect seen{std::max(part.x0, blur.held().x0), part.y0, std::min(part.x1, blur.held().x1),
+                        part.y1};
         if (!seen.isEmpty())
-            part.make(seen, wide.data() + (seen.x0 - lit.x0) * FloatImage::kChannels, boosted.rowLength());
+            blur.make(seen, wide.data() + (seen.x0 - part.x0) * FloatImage::kChannels, wideLength);
     }
-    for (int y = first; y < end; ++y) {
-        const float* baseRow = base.row(y - base.rect.y0) + (lit.x0 - base.rect.x0) * 3;
+    const float* wideRow = wide.data();
+    for (int y = part.y0; y < part.y1; ++y, wideRow += wideLength) {
+        const float* baseRow = pixelAt(base, part.x0, y);
         coreSpread.make(y, coreRow.data());
-        const BoostRows rows{baseRow,
-                             around.at(y),
-                             wide.data() + static_cast<std::size_t>(y - first) * boosted.rowLength(),
-                             rim.at(y),
-                             coreRow.data(),
-                             weight.at(y)};
-        float* bright = boosted.row(y - lit.y0);
-        thresholdRow(baseRow, settings.threshold, bright, lit.width());
-        boostRow(rows, settings.highlightBoost, bright, lit.width());
+        const BoostRows rows{baseRow, around.at(y), wideRow, rim.at(y), coreRow.data(), weight.at(y)};
+        float* bright = pixelAt(boosted, part.x0, y);
+        thresholdRow(baseRow, settings.threshold, bright, part.width());
+        boostRow(rows, settings.highlightBoost, bright, part.width());
     }
 }
 
 const FloatImage& HighlightBoost::make(const FloatImage& base, const Rect& work, WideParts wideBlur,
-                                       const Rect& lit, const RenderSettings& settings, WorkerPool* pool) {
+                                       std::span<const Rect> lit, const RenderSettings& settings,
+                                       WorkerPool* pool) {
     plan(work, lit, settings);
     runRows(pool, reduction.target.y0, reduction.target.y1,
             [&](int first, int end) { reduceAndMask(base, first, end); });
     runRows(pool, rimRect.y0, rimRect.y1, [&](int first, int end) { findRims(first, end); });
-    runRows(pool, lit.y0, lit.y1, [&](int first, int end) { boost(base, wideBlur, settings, first, end); });
+    const auto makeJob = [&]() -> WorkerPool::Job {
+        return [&](int first, int end) {
+            for (const Rect& part :
+                 lit.subspan(static_cast<std::size_t>(first), static_cast<std::size_t>(end - first)))
+                boost(base, wideBlur, settings, part);
+        };
+    };
+    runChunks(pool, 0, static_cast<int>(lit.size()), 1, makeJob, {});
     return boosted;
 }
 

@@ -15,27 +15,30 @@ namespace veil {
 /// Whether litSpan finds all that a boost of `settings` changes, which it does where they are numbers.
 bool boostsLitOnly(const RenderSettings& settings);
 
+/// The smallest rectangle round all of `parts`, of which there is one at least.
+Rect boundsOf(std::span<const Rect> parts);
+
 using WideParts = std::span<const AcrossBlur<FloatImage>>;
 
 /// For tile after tile of one image in one setting; it keeps its buffers.
 class HighlightBoost {
   public:
-    /// What blooms over `lit`, which must lie inside `work` and not be empty: the bright parts of `base`, the
-    /// averaged picture, of which only the working rectangle `work` counts, boosted. `wideBlur` must have
-    /// been filled for `lit`. On `pool`, or on the calling thread if it is null. Throws std::bad_alloc only.
-    const FloatImage& make(const FloatImage& base, const Rect& work, WideParts wideBlur, const Rect& lit,
-                           const RenderSettings& settings, WorkerPool* pool);
+    /// What blooms over the rectangles of `lit`, none of which is empty and all of which lie inside `work`:
+    /// the bright parts of `base`, the averaged picture, of which only the working rectangle `work` counts,
+    /// boosted. The result's other pixels hold anything. `wideBlur` must have been filled for `lit`. On
+    /// `pool`, or on the calling thread if it is null. Throws std::bad_alloc only.
+    const FloatImage& make(const FloatImage& base, const Rect& work, WideParts wideBlur,
+                           std::span<const Rect> lit, const RenderSettings& settings, WorkerPool* pool);
 
   private:
-    void plan(const Rect& work, const Rect& lit, const RenderSettings& settings);
+    void plan(const Rect& work, std::span<const Rect> lit, const RenderSettings& settings);
     void reduceAndMask(const FloatImage& base, int first, int end);
     void findRims(int first, int end);
-    void boost(const FloatImage& base, WideParts wideBlur, const RenderSettings& settings, int first,
-               int end);
+    void boost(const FloatImage& base, WideParts wideBlur, const RenderSettings& settings, const Rect& part);
 
     float radius = 0.0f;
     bool isStreak = false;
-    BilinearPlan reduction, enlargement;
+    BilinearPlan reduction;
     Rect half;            // the half plane's rectangle of the tile
     Rect rimRect;         // where the rims are looked for: all that reaches what the enlargement reads
     FloatImage halfBase;  // in rows as long as those of `half`; only the reduction's columns are filled

@@ -4,6 +4,8 @@
 #include "engine/linear_read.h"
 
 #include <algorithm>
+#include <cassert>
+#include <cstring>
 
 namespace veil {
 
@@ -14,57 +16,70 @@ LinearRead glowRead(int p, int imageSize, int workSize, int glowFirst, int glowS
     return linearRead(mapCentre(p, imageSize, workSize) - static_cast<float>(glowFirst), glowSize);
 }
 
-constexpr int kChunkRows = 32;  // some 50 KB of an 8-bit tile, which pass from cache to cache
+// Rows of a chunk, which pass from cache to cache.
+int chunkRows(std::size_t rowBytes) {
+    constexpr std::size_t kChunkBytes = std::size_t{48} << 10;
+    return static_cast<int>(std::clamp(kChunkBytes / rowBytes, std::size_t{4}, std::size_t{64}));
+}
+
+// Between planes, in samples: tiles are powers of two wide, and planes as far apart would share few sets of
+// the cache.
+constexpr std::size_t kPlaneGap = 11 * 16;
 
 // The last two glow rows, enlarged along x. About four image rows lie between two glow rows, so that most
 // rows find theirs here.
 struct EnlargedRows {
     const GlowRows& glow;
     const std::vector<BilinearColumn>& columns;
-    std::vector<float> buffers[2];
+    const std::size_t planeLength;
+    Samples buffer;
     int held[2] = {-1, -1};
+    bool isBounded[2] = {};
 
     EnlargedRows(const GlowRows& source, const std::vector<BilinearColumn>& table)
-        : glow(source), columns(table) {
-        for (auto& buffer : buffers) buffer.resize(table.size() * 3);
-    }
+        : glow(source),
+          columns(table),
+          planeLength(paddedLength(table.size()) + kPlaneGap),
+          buffer(planeLength * 6) {}
 
     // Row `y`; the row `keep`, if it is held, stays valid.
     GlowRow row(int y, int keep) {
         for (int slot = 0; slot < 2; ++slot)
             if (held[slot] == y) return planesOf(slot);
         const int slot = held[0] == keep ? 1 : 0;
-        float* planes = buffers[slot].data();
-        const std::size_t width = columns.size();
-        const auto rowLength = static_cast<std::ptrdiff_t>(glow.rect.width()) * 3;
-        expandRowToPlanes(glow.samples + rowLength * y, columns.data(), planes, planes + width,
-                          planes + 2 * width, static_cast<int>(width));
+        float* planes = planesAt(slot);
+        const float* samples = glow.samples + glow.rowLength * static_cast<std::size_t>(y);
+        expandRowToPlanes(samples, columns.data(), planes, planes + planeLength, planes + 2 * planeLength,
+                          static_cast<int>(columns.size()));
+        isBounded[slot] = areBounded(samples, glow.rect.width() * 3);
         held[slot] = y;
         return planesOf(slot);
     }
 
-    GlowRow planesOf(int slot) const {
-        const float* planes = buffers[slot].data();
-        return {planes, planes + columns.size(), planes + 2 * columns.size()};
+    float* planesAt(int slot) { return buffer.data() + planeLength * 3 * static_cast<std::size_t>(slot); }
+    GlowRow planesOf(int slot) {
+        const float* planes = planesAt(slot);
+        return {planes, planes + planeLength, planes + 2 * planeLength, isBounded[slot]};
     }
 };
 
 // The source under the columns of the output; its edge pixels repeat where it does not hold all of them.
 class PictureRows {
   public:
-    PictureRows(const SourceRows& rows, const Rect& outputRect) : source(rows), output(outputRect) {
+    PictureRows(const SourceRows& rows, const Rect& outputRect)
+        : source(rows), output(outputRect), pixelBytes(3 * sampleBytes(rows.kind)) {
         first = source.rect.x0 + clampIndex(output.x0 - source.rect.x0, source.rect.width());
         count = source.rect.x0 + clampIndex(output.x1 - 1 - source.rect.x0, source.rect.width()) + 1 - first;
-        scratch.resize(static_cast<std::size_t>(count) * 3);
-        if (count < output.width()) widened.resize(static_cast<std::size_t>(output.width()) * 3);
+        if (count < output.width()) widened.resize(static_cast<std::size_t>(output.width()) * pixelBytes);
     }
 
-    const float* row(int y) {
-        const float* row = source.read(first, heldRow(source, y), count, scratch.data());
+    const void* row(int y) {
+        const void* row = source.at(first, heldRow(source, y), count);
         if (widened.empty()) return row;
         for (int x = 0; x < output.width(); ++x) {
-            const float* pixel = row + clampIndex(output.x0 + x - first, count) * 3;
-            std::copy(pixel, pixel + 3, widened.begin() + x * 3);
+            const auto held = static_cast<std::size_t>(clampIndex(output.x0 + x - first, count));
+            std::memcpy(widened.data() + static_cast<std::size_t>(x) * pixelBytes,
+                        static_cast<const unsigned char*>(row) + held * pixelBytes, pixelBytes);
         }
         return widened.data();
     }
@@ -76,8 +91,9 @@ class PictureRows {
   private:
     const SourceRows& source;
     const Rect output;
+    const std::size_t pixelBytes;
     int first, count;
-    std::vector<float> scratch, widened;
+    std::vector<unsigned char> widened;
 };
 
 }  // namespace
@@ -90,6 +106,7 @@ void composeOutput(const SourceRows& source, const GlowRows& glow, const Rect& o
                    int imageHeight, int workWidth, int workHeight, const RenderSettings& settings,
                    const OutputRows& output, WorkerPool* pool) {
     if (outputRect.isEmpty()) return;
+    assert(output.kind == source.kind);
     const int width = outputRect.width();
     std::vector<BilinearColumn> columns(static_cast<std::size_t>(width));
     for (int x = 0; x < width; ++x) {
@@ -105,15 +122,14 @@ void composeOutput(const SourceRows& source, const GlowRows& glow, const Rect& o
         return glowRead(y, imageHeight, workHeight, glow.rect.y0, glow.rect.height());
     };
     const auto makeJob = [&]() -> WorkerPool::Job {
-        return [&, enlarged = EnlargedRows(glow, columns), picture = PictureRows(source, outputRect),
-                out = std::vector<float>(static_cast<std::size_t>(width) * 3)](int first, int end) mutable {
+        return [&, enlarged = EnlargedRows(glow, columns), picture = PictureRows(source, outputRect)](
+                   int first, int end) mutable {
             for (int y = first; y < end; ++y) {
                 const LinearRead read = readAt(y);
                 const GlowRow top = enlarged.row(read.low, read.high);
                 const GlowRow bottom = enlarged.row(read.high, read.low);
-                composeRow(top, bottom, read.fraction, reads ? picture.row(y) : nullptr, constants,
-                           out.data(), width);
-                output.store(y, out.data());
+                composeRow(output.kind, top, bottom, read.fraction, reads ? picture.row(y) : nullptr,
+                           constants, output.at(y), width);
             }
         };
     };
@@ -122,7 +138,8 @@ void composeOutput(const SourceRows& source, const GlowRows& glow, const Rect& o
         ferry.bring = [&](int first, int end) {
             source.bring(PictureRows::heldRow(source, first), PictureRows::heldRow(source, end - 1) + 1);
         };
-    runChunks(pool, outputRect.y0, outputRect.y1, kChunkRows, makeJob, ferry);
+    runChunks(pool, outputRect.y0, outputRect.y1,
+              chunkRows(static_cast<std::size_t>(width) * 3 * sampleBytes(output.kind)), makeJob, ferry);
 }
 
 }  // namespace veil

@@ -9,19 +9,21 @@
 
 namespace veil {
 
-/// The glow on the working plane: interleaved RGB of `rect`, row after row without gaps.
+/// The glow on the working plane: interleaved RGB of `rect`, rows `rowLength` samples apart.
 struct GlowRows {
     Rect rect;
     const float* samples;
+    std::size_t rowLength;
 
-    GlowRows(const Rect& r, const float* rows) : rect(r), samples(rows) {}
-    GlowRows(const FloatImage& glow) : GlowRows(glow.rect, glow.row(0)) {}
+    GlowRows(const Rect& r, const float* rows, std::size_t length)
+        : rect(r), samples(rows), rowLength(length) {}
+    GlowRows(const FloatImage& glow) : GlowRows(glow.rect, glow.row(0), glow.rowLength()) {}
 };
 
-/// Hands the rows of `outputRect` to `output`. `glow` lies in the working plane of `workWidth` by
-/// `workHeight`, `source` and `outputRect` in the image plane; a glow alone without shadow protection reads
-/// no source. Samples are 0 to 1, but for a glow alone with a shadow protection above 1, which can fall below
-/// 0. Throws std::bad_alloc and what the callables throw.
+/// Writes the rows of `outputRect` to `output`, whose samples are of the source's kind. `glow` lies in the
+/// working plane of `workWidth` by `workHeight`, `source` and `outputRect` in the image plane; a glow alone
+/// without shadow protection reads no source. Samples are 0 to 1, but for a glow alone with a shadow
+/// protection above 1, which can fall below 0. Throws std::bad_alloc and what the callables throw.
 void composeOutput(const SourceRows& source, const GlowRows& glow, const Rect& outputRect, int imageWidth,
                    int imageHeight, int workWidth, int workHeight, const RenderSettings& settings,
                    const OutputRows& output, WorkerPool* pool);

@@ -4,18 +4,17 @@
 #include "engine/kernels/rows.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace veil {
 
 namespace {
 
 constexpr int kChunkRows = 4 * kRowGroup;  // rows near lights take longer than others
-constexpr int kMixColumns = 64;            // as many samples as three strips of the blur
-
-// Pixel (x, y) of the image's plane.
-const float* pixelAt(const FloatImage& image, int x, int y) {
-    return image.row(y - image.rect.y0) + static_cast<std::ptrdiff_t>(x - image.rect.x0) * 3;
-}
+constexpr int kMixColumns = 32;            // as many samples as six strips of the blur
+constexpr int kLitColumns = 32;            // lights are small, so narrow columns hold little beside them
+// Of the wide blur's columns; 24 megapixels take 9 MB.
+constexpr std::size_t kWideBytes = std::size_t{64} << 20;
 
 }  // namespace
 
@@ -53,77 +52,143 @@ struct GlowMaker::Route {
     }
 };
 
-Rect GlowMaker::reads(const Rect& work, const Rect& sourceRect, const PlaneSizes& sizes) const {
-    return fitsBand(work, sizes) ? band.reads(work, sourceRect, sizes)
-                                 : window.reads(work, sourceRect, sizes);
-}
-
+// The averaged picture, with steps over all rows of `route.work`.
 const FloatImage& GlowMaker::average(const Route& route, const SourceRows& source, const PlaneSizes& sizes,
-                                     WorkerPool* pool) {
+                                     const AveragedBand::MakeStep& makeStep, WorkerPool* pool) {
     RowTransform fold;
     if (route.folded)
         fold = [&](float* row, int count) {
             thresholdFogRow(row, route.settings.threshold, route.settings.fog, count);
         };
-    return fitsBand(route.work, sizes) ? band.advance(route.work, source, sizes, fold, pool)
-                                       : window.advance(route.work, source, sizes, fold, nullptr, pool);
+    if (fitsBand(route.work, sizes)) return band.advance(route.work, source, sizes, fold, makeStep, pool);
+    const FloatImage& averaged = window.advance(route.work, source, sizes, fold, nullptr, pool);
+    runChunks(pool, route.work.y0, route.work.y1, kChunkRows, [&] { return makeStep(averaged); }, {});
+    return averaged;
 }
 
-// The smallest rectangle round all the pixels of route.bright that a boost changes.
-Rect GlowMaker::litRect(const Route& route, const FloatImage& averaged, WorkerPool* pool) {
+// For each run of columns of route.bright the smallest rectangle round the pixels that a boost changes.
+void GlowMaker::findLit(const Route& route, const FloatImage& averaged, WorkerPool* pool) {
     const Rect& bright = route.bright;
-    if (!boostsLitOnly(route.settings)) return bright;
-    litSpans.resize(static_cast<std::size_t>(bright.height()));
+    const int runs = (bright.width() + kLitColumns - 1) / kLitColumns;
+    const auto runOf = [&](int run) {
+        const int x0 = bright.x0 + run * kLitColumns;
+        return Rect{x0, bright.y0, std::min(x0 + kLitColumns, bright.x1), bright.y1};
+    };
+    const auto spanOf = [&](int run, int y) -> Span& {
+        return litSpans[static_cast<std::size_t>(y - bright.y0) * static_cast<std::size_t>(runs) +
+                        static_cast<std::size_t>(run)];
+    };
+    lit.clear();
+    if (!boostsLitOnly(route.settings)) {
+        for (int run = 0; run < runs; ++run) lit.push_back(runOf(run));
+        return;
+    }
+    litSpans.resize(static_cast<std::size_t>(bright.height()) * static_cast<std::size_t>(runs));
     runRows(pool, bright.y0, bright.y1, [&](int first, int end) {
-        for (int y = first; y < end; ++y) {
-            Span& span = litSpans[static_cast<std::size_t>(y - bright.y0)];
-            litSpan(pixelAt(averaged, bright.x0, y), bright.width(), &span.begin, &span.end);
-        }
+        for (int y = first; y < end; ++y)
+            for (int run = 0; run < runs; ++run) {
+                Span& span = spanOf(run, y);
+                const Rect columns = runOf(run);
+                litSpan(pixelAt(averaged, columns.x0, y), columns.width(), &span.begin, &span.end);
+            }
     });
-    Rect lit;
-    for (int y = bright.y0; y < bright.y1; ++y) {
-        const Span& span = litSpans[static_cast<std::size_t>(y - bright.y0)];
-        if (span.begin == span.end) continue;
-        const Rect row{bright.x0 + span.begin, y, bright.x0 + span.end, y + 1};
-        lit = lit.isEmpty() ? row : Rect{std::min(lit.x0, row.x0), lit.y0, std::max(lit.x1, row.x1), row.y1};
+    for (int run = 0; run < runs; ++run) {
+        const int x0 = runOf(run).x0;
+        Rect part;
+        for (int y = bright.y0; y < bright.y1; ++y) {
+            const Span& span = spanOf(run, y);
+            if (span.begin == span.end) continue;
+            const Rect row{x0 + span.begin, y, x0 + span.end, y + 1};
+            part = part.isEmpty()
+                       ? row
+                       : Rect{std::min(part.x0, row.x0), part.y0, std::max(part.x1, row.x1), row.y1};
+        }
+        if (!part.isEmpty()) lit.push_back(part);
     }
-    return lit;
 }
 
-void GlowMaker::beginWide(const Route& route, const Rect& lit) {
+GlowMaker::WideColumn& GlowMaker::wideColumnOf(const Route& route) {
     const Rect &work = route.work, &visible = route.visible;
-    Rect parts[kWideParts] = {visible, {}, {}};
-    if (!lit.isEmpty()) {
-        parts[kVisible].y0 = std::min(visible.y0, lit.y0);
-        parts[kVisible].y1 = std::max(visible.y1, lit.y1);
-        parts[kLeft] = {lit.x0, lit.y0, std::min(visible.x0, lit.x1), lit.y1};
-        parts[kRight] = {std::max(visible.x1, lit.x0), lit.y0, lit.x1, lit.y1};
-    }
-    for (int i = 0; i < kWideParts; ++i) {
-        const Rect part =
-            parts[i].isEmpty() ? Rect{visible.x0, visible.y0, visible.x0, visible.y0} : parts[i];
-        wide[i].begin(route.wideRadius, route.settings.anamorphic, {work.y0, work.y1}, {part.y0, part.y1},
-                      {part.x0, part.x1});
-        if (!part.isEmpty()) wideAlong[i] = route.along(route.wideRadius, part);
-    }
+    const auto found = std::find_if(wideColumns.begin(), wideColumns.end(), [&](const WideColumn& c) {
+        return c.workBegin == work.x0 && c.workEnd == work.x1 && c.columns.begin == visible.x0 &&
+               c.columns.end == visible.x1;
+    });
+    if (found != wideColumns.end()) return *found;
+    std::size_t bytes = 0;
+    for (const WideColumn& column : wideColumns) bytes += column.blur.bytes();
+    if (bytes > kWideBytes) wideColumns.clear();
+    return wideColumns.emplace_back(WideColumn{work.x0, work.x1, {visible.x0, visible.x1}, {0, 0}, {}});
 }
 
-// The rows of all parts that lie in `rows`.
-void GlowMaker::blurWide(const Route& route, const FloatImage& averaged, Span rows, LineScratch& scratch) {
-    for (int i = 0; i < kWideParts; ++i) {
-        const Rect& held = wide[i].held();
-        if (held.isEmpty()) continue;
-        const int end = std::min(rows.end, held.y1);
-        for (int y = std::max(rows.begin, held.y0); y < end; y += kRowGroup)
-            blurAlong(wideAlong[i], pixelAt(averaged, route.work.x0, y), std::min(kRowGroup, end - y),
-                      averaged.rowLength(), scratch, wide[i].row(y), wide[i].rowLength());
+void GlowMaker::beginWide(const Route& route, std::size_t part, const Rect& wanted, Span kept) {
+    const std::size_t parts = std::max(wide.size(), part + 1);
+    wide.resize(parts);
+    wideAlong.resize(parts);
+    wideBegin.resize(parts);
+    const Rect& work = route.work;
+    wideBegin[part] = wide[part].begin(route.wideRadius, route.settings.anamorphic, {work.y0, work.y1},
+                                       {wanted.y0, wanted.y1}, {wanted.x0, wanted.x1}, kept);
+    wideAlong[part] = route.along(route.wideRadius, wanted);
+}
+
+void GlowMaker::beginVisible(const Route& route, const PlaneSizes& sizes) {
+    wide.resize(std::max(wide.size(), kVisible + 1));
+    Span kept{0, 0};
+    // A streak reads no rows above and below its tile.
+    if (!route.settings.anamorphic && tilesShareBoxes(sizes)) {
+        WideColumn& column = wideColumnOf(route);
+        // Whatever interrupts this tile, the next one finds no row that was not filled.
+        kept = std::exchange(column.rows, {0, 0});
+        std::swap(wide[kVisible], column.blur);
     }
+    Rect wanted = route.visible;
+    if (route.boosts) {  // where lights may be
+        wanted.y0 = std::min(wanted.y0, route.bright.y0);
+        wanted.y1 = std::max(wanted.y1, route.bright.y1);
+    }
+    beginWide(route, kVisible, wanted, kept);
+}
+
+void GlowMaker::endVisible(const Route& route, const PlaneSizes& sizes) {
+    if (route.settings.anamorphic || !tilesShareBoxes(sizes)) return;
+    WideColumn& column = wideColumnOf(route);
+    std::swap(wide[kVisible], column.blur);
+    column.rows = {column.blur.held().y0, column.blur.held().y1};
+}
+
+// Those of `rows` that have to be filled.
+void GlowMaker::blurWide(const Route& route, std::size_t part, const FloatImage& averaged, Span rows,
+                         LineScratch& scratch) {
+    const int end = std::min(rows.end, wide[part].held().y1);
+    for (int y = std::max(rows.begin, wideBegin[part]); y < end; y += kRowGroup)
+        blurAlong(wideAlong[part], pixelAt(averaged, route.work.x0, y), std::min(kRowGroup, end - y),
+                  averaged.rowLength(), scratch, wide[part].row(y), wide[part].rowLength());
+}
+
+// The boosted picture where lights are, with the wide blur of those beside the visible columns.
+void GlowMaker::boostLit(const Route& route, const FloatImage& averaged, WorkerPool* pool) {
+    const Rect& visible = route.visible;
+    std::size_t parts = kVisible + 1;
+    for (const Rect& r : lit) {
+        const Rect left{r.x0, r.y0, std::min(visible.x0, r.x1), r.y1},
+            right{std::max(visible.x1, r.x0), r.y0, r.x1, r.y1};
+        if (!left.isEmpty()) beginWide(route, parts++, left, {0, 0});
+        if (!right.isEmpty()) beginWide(route, parts++, right, {0, 0});
+    }
+    const auto makeJob = [&]() -> WorkerPool::Job {
+        return [&, scratch = LineScratch()](int first, int end) mutable {
+            for (std::size_t part = kVisible + 1; part < parts; ++part)
+                blurWide(route, part, averaged, {first, end}, scratch);
+        };
+    };
+    if (parts > kVisible + 1) runChunks(pool, route.work.y0, route.work.y1, kChunkRows, makeJob, {});
+    boosted = &boost.make(averaged, route.work, {wide.data(), parts}, lit, route.settings, pool);
 }
 
 void GlowMaker::blurNarrow(const Route& route, const AlongBlur& blur, const FloatImage& averaged, Span rows,
-                           LineScratch& scratch, std::vector<float>& bright) {
+                           LineScratch& scratch, Samples& bright) {
     const auto length = static_cast<std::size_t>(route.work.width()) * 3;
-    if (!route.folded) bright.resize(length * kRowGroup);
+    if (!route.folded) growTo(bright, length * kRowGroup);
     for (int y = rows.begin; y < rows.end; y += kRowGroup) {
         const int count = std::min(kRowGroup, rows.end - y);
         if (route.folded) {
@@ -142,19 +207,21 @@ void GlowMaker::makeBright(const Route& route, const FloatImage& averaged, int y
     const Rect& bright = route.bright;
     thresholdRow(pixelAt(averaged, bright.x0, y), route.settings.threshold,
                  row + (bright.x0 - route.work.x0) * 3, bright.width());
-    if (!boosted || y < boosted->rect.y0 || y >= boosted->rect.y1) return;
-    const float* lit = boosted->row(y - boosted->rect.y0);
-    std::copy(lit, lit + boosted->rowLength(), row + (boosted->rect.x0 - route.work.x0) * 3);
+    for (const Rect& part : lit) {
+        if (y < part.y0 || y >= part.y1) continue;
+        const float* from = pixelAt(*boosted, part.x0, y);
+        std::copy(from, from + part.width() * 3, row + (part.x0 - route.work.x0) * 3);
+    }
 }
 
 // A part of `glow`: the columns from `x0` up to `x1`.
-void GlowMaker::mix(const Route& route, int x0, int x1, std::vector<float>& haze) {
+void GlowMaker::mix(const Route& route, int x0, int x1, Samples& haze) {
     const Rect part{x0, route.visible.y0, x1, route.visible.y1};
     float* row = glow.row(0) + static_cast<std::ptrdiff_t>(x0 - route.visible.x0) * 3;
     narrow.make(part, row, glow.rowLength());
     if (route.folded) return;
     const auto length = static_cast<std::size_t>(part.width()) * 3;
-    haze.resize(length * static_cast<std::size_t>(part.height()));
+    growTo(haze, length * static_cast<std::size_t>(part.height()));
     wide[kVisible].make(part, haze.data(), length);
     const float* hazeRow = haze.data();
     for (int y = part.y0; y < part.y1; ++y, row += glow.rowLength(), hazeRow += length)
@@ -164,42 +231,43 @@ void GlowMaker::mix(const Route& route, int x0, int x1, std::vector<float>& haze
 GlowRows GlowMaker::make(const Rect& work, const Rect& visible, const SourceRows& source,
                          const PlaneSizes& sizes, const RenderSettings& settings, WorkerPool* pool) {
     const Route route(work, visible, settings);
-    const FloatImage& averaged = average(route, source, sizes, pool);
-    const Rect lit = route.boosts ? litRect(route, averaged, pool) : Rect{};
     narrow.begin(route.narrowRadius, settings.anamorphic, {work.y0, work.y1}, {visible.y0, visible.y1},
                  {visible.x0, visible.x1});
     const AlongBlur narrowAlong = route.along(route.narrowRadius, visible);
-    if (!route.folded) beginWide(route, lit);
-    boosted = nullptr;
-    if (!lit.isEmpty()) {
-        const auto makeJob = [&]() -> WorkerPool::Job {
-            return [&, scratch = LineScratch()](int first, int end) mutable {
-                blurWide(route, averaged, {first, end}, scratch);
-            };
-        };
-        runChunks(pool, work.y0, work.y1, kChunkRows, makeJob, {});
-        boosted = &boost.make(averaged, work, wide, lit, settings, pool);
-    }
-    // Both at once where nothing is boosted, so that a row of the averaged picture is read once.
-    const bool isWideLeft = !route.folded && !boosted;
-    const auto makeBlur = [&]() -> WorkerPool::Job {
-        return [&, scratch = LineScratch(), bright = std::vector<float>()](int first, int end) mutable {
-            for (int y = first; y < end; y += kRowGroup) {
-                const Span group{y, std::min(y + kRowGroup, end)};
-                if (isWideLeft) blurWide(route, averaged, group, scratch);
-                const Rect& held = narrow.held();
-                blurNarrow(route, narrowAlong, averaged,
-                           {std::max(group.begin, held.y0), std::min(group.end, held.y1)}, scratch, bright);
-            }
+    const Rect& held = narrow.held();
+    if (!route.folded) beginVisible(route, sizes);
+    lit.clear();
+    const auto makeNarrow = [&](const FloatImage& averaged) -> WorkerPool::Job {
+        return [&, scratch = LineScratch(), bright = Samples()](int first, int end) mutable {
+            blurNarrow(route, narrowAlong, averaged, {std::max(first, held.y0), std::min(end, held.y1)},
+                       scratch, bright);
         };
     };
-    runChunks(pool, isWideLeft ? work.y0 : narrow.held().y0, isWideLeft ? work.y1 : narrow.held().y1,
-              kChunkRows, makeBlur, {});
+    // All that waits for no light follows on each row while it is in the cache.
+    const auto makeStep = [&](const FloatImage& averaged) -> WorkerPool::Job {
+        return
+            [&, scratch = LineScratch(), blurRest = route.boosts ? WorkerPool::Job() : makeNarrow(averaged)](
+                int first, int end) mutable {
+                for (int y = first; y < end; y += kRowGroup) {
+                    const Span group{y, std::min(y + kRowGroup, end)};
+                    if (!route.folded) blurWide(route, kVisible, averaged, group, scratch);
+                    if (blurRest) blurRest(group.begin, group.end);
+                }
+            };
+    };
+    const FloatImage& averaged = average(route, source, sizes, makeStep, pool);
+    if (route.boosts) {
+        findLit(route, averaged, pool);
+        if (!lit.empty()) boostLit(route, averaged, pool);
+        runChunks(pool, held.y0, held.y1, kChunkRows, [&] { return makeNarrow(averaged); }, {});
+    }
     if (route.folded && settings.anamorphic)  // the rows as they are
-        return {visible, narrow.row(visible.y0)};
-    glow.reshape(visible);
+        return {visible, narrow.row(visible.y0), narrow.rowLength()};
+    glow.reshape({visible.x0, visible.y0,
+                  visible.x0 + static_cast<int>(paddedLength(static_cast<std::size_t>(visible.width()))),
+                  visible.y1});
     const auto makeJob = [&]() -> WorkerPool::Job {
-        return [&, haze = std::vector<float>()](int first, int end) mutable {
+        return [&, haze = Samples()](int first, int end) mutable {
             for (int i = first; i < end; ++i) {
                 const int x0 = visible.x0 + i * kMixColumns;
                 mix(route, x0, std::min(x0 + kMixColumns, visible.x1), haze);
@@ -207,7 +275,8 @@ GlowRows GlowMaker::make(const Rect& work, const Rect& visible, const SourceRows
         };
     };
     runChunks(pool, 0, (visible.width() + kMixColumns - 1) / kMixColumns, 1, makeJob, {});
-    return glow;
+    if (!route.folded) endVisible(route, sizes);
+    return {visible, glow.row(0), glow.rowLength()};
 }
 
 }  // namespace veil

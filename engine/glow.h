@@ -20,12 +20,9 @@ namespace veil {
 bool isFolded(const RenderSettings& settings);
 
 /// For the tiles of one image in one setting, in any order; it keeps its buffers, and of the averaged picture
-/// what the next tile of a row needs.
+/// and the thin haze what tiles to the right and below need.
 class GlowMaker {
   public:
-    /// The image pixels that the next call of make reads from a tile's source.
-    Rect reads(const Rect& work, const Rect& sourceRect, const PlaneSizes& sizes) const;
-
     /// The glow, before saturation, tint and strength, over `visible`, made from the pixels of `work`. The
     /// result reads from this object, until the next call. Throws std::bad_alloc and what the source throws;
     /// the next tile comes out right all the same.
@@ -34,28 +31,43 @@ class GlowMaker {
 
   private:
     struct Route;
-    // Of the wide blur: the visible columns, and the lit ones to their left and right, which take fewer rows.
-    enum { kVisible, kLeft, kRight, kWideParts };
+    // Of the wide blur's parts; the others are lit columns beside it.
+    static constexpr std::size_t kVisible = 0;
+
+    // The wide blur along the rows of one column of tiles, and the rows that are filled.
+    struct WideColumn {
+        int workBegin, workEnd;  // whose pixels the taps repeat, so that it is for these alone
+        Span columns, rows;
+        AcrossBlur<FloatImage> blur;
+    };
 
     const FloatImage& average(const Route& route, const SourceRows& source, const PlaneSizes& sizes,
-                              WorkerPool* pool);
-    Rect litRect(const Route& route, const FloatImage& averaged, WorkerPool* pool);
-    void beginWide(const Route& route, const Rect& lit);
-    void blurWide(const Route& route, const FloatImage& averaged, Span rows, LineScratch& scratch);
+                              const AveragedBand::MakeStep& makeStep, WorkerPool* pool);
+    void findLit(const Route& route, const FloatImage& averaged, WorkerPool* pool);
+    WideColumn& wideColumnOf(const Route& route);
+    void beginWide(const Route& route, std::size_t part, const Rect& wanted, Span kept);
+    void beginVisible(const Route& route, const PlaneSizes& sizes);
+    void endVisible(const Route& route, const PlaneSizes& sizes);
+    void blurWide(const Route& route, std::size_t part, const FloatImage& averaged, Span rows,
+                  LineScratch& scratch);
+    void boostLit(const Route& route, const FloatImage& averaged, WorkerPool* pool);
     void blurNarrow(const Route& route, const AlongBlur& blur, const FloatImage& averaged, Span rows,
-                    LineScratch& scratch, std::vector<float>& bright);
+                    LineScratch& scratch, Samples& bright);
     void makeBright(const Route& route, const FloatImage& averaged, int y, float* row) const;
-    void mix(const Route& route, int x0, int x1, std::vector<float>& haze);
+    void mix(const Route& route, int x0, int x1, Samples& haze);
 
     AveragedBand band;
     AveragedWindow window;  // where the band would be too large
     AcrossBlur<FloatImage> narrow;
-    AcrossBlur<FloatImage> wide[kWideParts];
+    std::vector<AcrossBlur<FloatImage>> wide;  // kVisible from its column, to which it returns
+    std::vector<AlongBlur> wideAlong;
+    std::vector<int> wideBegin;  // the first row that has to be filled
+    std::vector<WideColumn> wideColumns;
     HighlightBoost boost;
-    FloatImage glow;
-    AlongBlur wideAlong[kWideParts];
-    const FloatImage* boosted = nullptr;  // null: nothing of the tile is
-    std::vector<Span> litSpans;           // of the rows whose bright parts reach the tile
+    FloatImage glow;  // the visible columns and some more, so that rows begin with a line of the cache
+    std::vector<Span> litSpans;  // of the rows whose bright parts reach the tile, one for each run of columns
+    std::vector<Rect> lit;       // rectangles that hold all the pixels which a boost changes
+    const FloatImage* boosted = nullptr;  // there
 };
 
 }  // namespace veil

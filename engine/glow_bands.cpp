@@ -37,12 +37,11 @@ const GlowBands::Band* GlowBands::find(const Rect& work, const Rect& visible) co
 GlowBands::Band& GlowBands::bandFor(const Rect& work, const Rect& visible, const PlaneSizes& sizes) {
     if (const Band* held = find(work, visible)) return bands[static_cast<std::size_t>(held - bands.data())];
     Band band{work.x0, work.x1, visible.x0, visible.x1, bandCapacity(work, visible, sizes), 0, 0, {}};
-    const std::size_t size =
-        static_cast<std::size_t>(band.rowLength()) * static_cast<std::size_t>(band.capacity);
+    const std::size_t size = band.rowLength() * static_cast<std::size_t>(band.capacity);
     std::size_t bytes = size * sizeof(float);
     for (const Band& other : bands) bytes += other.samples.size() * sizeof(float);
     if (bytes > kBandBytes) bands.clear();
-    band.samples.resize(size);
+    growTo(band.samples, size);
     return bands.emplace_back(std::move(band));
 }
 
@@ -51,14 +50,8 @@ int GlowBands::firstNewRow(const Band* band, const Rect& work, const PlaneSizes&
     return overlaps && tilesShareBoxes(sizes) ? std::min(band->end, work.y1) : work.y0;
 }
 
-Rect GlowBands::reads(const Rect& work, const Rect& visible, const Rect& sourceRect,
-                      const PlaneSizes& sizes) const {
-    const int firstRow = firstNewRow(find(work, visible), work, sizes);
-    return window.reads({work.x0, firstRow, work.x1, work.y1}, sourceRect, sizes);
-}
-
-const FloatImage& GlowBands::make(const Rect& work, const Rect& visible, const SourceRows& source,
-                                  const PlaneSizes& sizes, const RenderSettings& settings, WorkerPool* pool) {
+GlowRows GlowBands::make(const Rect& work, const Rect& visible, const SourceRows& source,
+                         const PlaneSizes& sizes, const RenderSettings& settings, WorkerPool* pool) {
     const float radius = workingRadius(settings);
     Band& band = bandFor(work, visible, sizes);
     const int firstRow = firstNewRow(&band, work, sizes);
@@ -80,10 +73,10 @@ const FloatImage& GlowBands::make(const Rect& work, const Rect& visible, const S
     }
     rows.resize(static_cast<std::size_t>(work.height()));
     for (int y = 0; y < work.height(); ++y) rows[static_cast<std::size_t>(y)] = band.row(work.y0 + y);
-    glow.reshape(visible);
-    blurAcrossRows(radius, rows, visible.y0 - work.y0, visible.y1 - work.y0, band.rowLength(),
-                   glow.pixels.data(), glow.rowLength(), pool);
-    return glow;
+    growTo(glow, band.rowLength() * static_cast<std::size_t>(visible.height()));
+    blurAcrossRows(radius, rows, visible.y0 - work.y0, visible.y1 - work.y0, band.sampleCount(), glow.data(),
+                   band.rowLength(), pool);
+    return {visible, glow.data(), band.rowLength()};
 }
 
 }  // namespace veil

@@ -8,6 +8,7 @@
 
 #include "engine/averaged_window.h"
 #include "engine/blur.h"
+#include "engine/composition.h"
 #include "engine/settings.h"
 
 namespace veil {
@@ -19,14 +20,11 @@ bool isOneGaussian(const RenderSettings& settings);
 /// the top share most.
 class GlowBands {
   public:
-    /// The image pixels that the next call of make reads from a tile's source.
-    Rect reads(const Rect& work, const Rect& visible, const Rect& sourceRect, const PlaneSizes& sizes) const;
-
-    /// The glow over `visible`, made from the pixels of `work`; it stays until the next call. `settings` give
-    /// threshold, fog and radius. Throws std::bad_alloc and what the source throws; nothing wrong is kept
-    /// then.
-    const FloatImage& make(const Rect& work, const Rect& visible, const SourceRows& source,
-                           const PlaneSizes& sizes, const RenderSettings& settings, WorkerPool* pool);
+    /// The glow over `visible`, made from the pixels of `work`; its samples stay until the next call.
+    /// `settings` give threshold, fog and radius. Throws std::bad_alloc and what the source throws; nothing
+    /// wrong is kept then.
+    GlowRows make(const Rect& work, const Rect& visible, const SourceRows& source, const PlaneSizes& sizes,
+                  const RenderSettings& settings, WorkerPool* pool);
 
   private:
     // Rows of one column of tiles, blurred horizontally; row y stands at y % capacity.
@@ -35,13 +33,11 @@ class GlowBands {
         int visibleBegin, visibleEnd;  // the columns
         int capacity = 0;              // in rows
         int begin = 0, end = 0;        // the rows that are held
-        std::vector<float, Unfilled<float>> samples;
+        Samples samples;
 
-        int rowLength() const { return (visibleEnd - visibleBegin) * 3; }
-        float* row(int y) {
-            return samples.data() +
-                   static_cast<std::size_t>(rowLength()) * static_cast<std::size_t>(y % capacity);
-        }
+        int sampleCount() const { return (visibleEnd - visibleBegin) * 3; }
+        std::size_t rowLength() const { return paddedLength(static_cast<std::size_t>(sampleCount())); }
+        float* row(int y) { return samples.data() + rowLength() * static_cast<std::size_t>(y % capacity); }
     };
 
     // Null if there is none that can hold the rows of `work`.
@@ -53,7 +49,7 @@ class GlowBands {
     std::vector<Band> bands;
     AveragedWindow window;
     std::vector<const float*> rows;  // of the latest tile, from the top of its working rectangle
-    FloatImage glow;
+    Samples glow;
 };
 
 }  // namespace veil

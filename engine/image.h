@@ -2,11 +2,10 @@
 
 // Rectangles and float images, the coordinate planes that all passes share, and the sample formulas.
 
+#include <algorithm>
 #include <cstddef>
-#include <memory>
-#include <new>
-#include <utility>
-#include <vector>
+
+#include "engine/memory.h"
 
 namespace veil {
 
@@ -21,42 +20,38 @@ struct Rect {
     bool operator==(const Rect&) const = default;
 };
 
-/// New elements hold anything, so that their memory is first touched by the thread that fills them.
-template <class T>
-struct Unfilled : std::allocator<T> {
-    template <class U>
-    struct rebind {
-        using other = Unfilled<U>;
-    };
-    template <class U>
-    void construct(U* element) noexcept {
-        ::new (static_cast<void*>(element)) U;
-    }
-    template <class U, class... Arguments>
-    void construct(U* element, Arguments&&... arguments) {
-        ::new (static_cast<void*>(element)) U(std::forward<Arguments>(arguments)...);
-    }
-};
-
 /// Interleaved float samples over a rectangle of a plane, row by row without gaps, nominally 0 to 1.
 template <int kChannelCount>
 struct BasicImage {
     static constexpr int kChannels = kChannelCount;
 
     Rect rect;
-    std::vector<float, Unfilled<float>> pixels;
+    Samples pixels;
 
     BasicImage() = default;
     /// All zeros. Throws std::bad_alloc.
     explicit BasicImage(const Rect& r)
         : rect(r), pixels(rowLength() * static_cast<std::size_t>(r.height()), 0.0f) {}
 
-    /// Takes another rectangle and keeps the memory, all of it, if it suffices; the samples hold anything.
-    /// Throws std::bad_alloc, and is as before then.
-    void reshape(const Rect& r) {
-        const std::size_t count =
-            static_cast<std::size_t>(r.width()) * kChannelCount * static_cast<std::size_t>(r.height());
-        if (pixels.size() < count) pixels.resize(count);
+    /// Takes another rectangle and keeps the memory if it suffices; the samples hold anything. New memory has
+    /// room for `spareRows` more, so that a somewhat higher rectangle needs no other. Throws std::bad_alloc,
+    /// and is as before then.
+    void reshape(const Rect& r, int spareRows = 0) {
+        const std::size_t length = static_cast<std::size_t>(r.width()) * kChannelCount;
+        const std::size_t count = length * static_cast<std::size_t>(r.height());
+        if (pixels.size() < count) growTo(pixels, count + length * static_cast<std::size_t>(spareRows));
+        rect = r;
+    }
+
+    /// Takes another rectangle of the same width, whose first `count` rows are those that begin at row
+    /// `first`. Throws std::bad_alloc, and is as before then.
+    void moveRows(int first, int count, const Rect& r) {
+        const std::size_t needed = rowLength() * static_cast<std::size_t>(r.height());
+        Samples larger(pixels.size() < needed ? needed : 0);
+        float* to = larger.empty() ? pixels.data() : larger.data();
+        if (to != row(first))
+            std::copy(row(first), row(first) + rowLength() * static_cast<std::size_t>(count), to);
+        if (!larger.empty()) pixels.swap(larger);
         rect = r;
     }
 
@@ -70,6 +65,16 @@ struct BasicImage {
 
 using FloatImage = BasicImage<3>;  ///< R, G, B
 using FloatPlane = BasicImage<1>;  ///< a mask
+
+/// Pixel (x, y) of the image's plane.
+inline const float* pixelAt(const FloatImage& image, int x, int y) {
+    return image.row(y - image.rect.y0) +
+           static_cast<std::ptrdiff_t>(x - image.rect.x0) * FloatImage::kChannels;
+}
+inline float* pixelAt(FloatImage& image, int x, int y) {
+    return image.row(y - image.rect.y0) +
+           static_cast<std::ptrdiff_t>(x - image.rect.x0) * FloatImage::kChannels;
+}
 
 /// Index `i` limited to an axis of `size` pixels: first to size - 1, then to 0, so that the edge pixel
 /// repeats.

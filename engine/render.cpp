@@ -2,6 +2,7 @@
 
 #include "engine/composition.h"
 #include "engine/geometry.h"
+#include "engine/memory.h"
 
 #include <algorithm>
 
@@ -22,13 +23,8 @@ Rect standIns(const Rect& held, const Rect& wanted) {
 ImageRenderer::ImageRenderer(int imageWidth, int imageHeight, const RenderSettings& renderSettings)
     : sizes(planeSizes(imageWidth, imageHeight)), settings(renderSettings) {}
 
-TileReads ImageRenderer::reads(const Rect& inputRect, const Rect& outputRect) const {
-    if (outputRect.isEmpty()) return {};
-    const Rect work = workingRect(outputRect, sizes.imageWidth, sizes.imageHeight, settings);
-    const Rect visible = visibleGlowRect(outputRect, work, sizes.imageWidth, sizes.imageHeight);
-    return {isOneGaussian(settings) ? bands.reads(work, visible, inputRect, sizes)
-                                    : maker.reads(work, inputRect, sizes),
-            readsSource(settings) ? standIns(inputRect, outputRect) : Rect{}};
+Rect ImageRenderer::pictureReads(const Rect& inputRect, const Rect& outputRect) const {
+    return outputRect.isEmpty() || !readsSource(settings) ? Rect{} : standIns(inputRect, outputRect);
 }
 
 void ImageRenderer::render(const Rect& outputRect, const TileSource& source, const OutputRows& output,
@@ -46,17 +42,15 @@ void ImageRenderer::render(const Rect& outputRect, const TileSource& source, con
 void renderVeil(const float* inputPixels, const Rect& inputRect, const Rect& outputRect, int imageWidth,
                 int imageHeight, const RenderSettings& settings, std::vector<float>& outputPixels,
                 WorkerPool* pool) {
+    const KeptBlocksScope memory;
     const std::size_t rowLength = static_cast<std::size_t>(outputRect.width()) * 3;
     outputPixels.resize(rowLength * static_cast<std::size_t>(outputRect.height()));
     const SourceRows source(inputRect, inputPixels);
+    const auto rowAt = [&](int y) -> void* {
+        return outputPixels.data() + static_cast<std::size_t>(y - outputRect.y0) * rowLength;
+    };
     ImageRenderer(imageWidth, imageHeight, settings)
-        .render(
-            outputRect, {source, source},
-            [&](int y, const float* row) {
-                std::copy(row, row + rowLength,
-                          outputPixels.data() + static_cast<std::size_t>(y - outputRect.y0) * rowLength);
-            },
-            pool);
+        .render(outputRect, {source, source}, {SampleKind::floats, rowAt, {}}, pool);
 }
 
 }  // namespace veil

@@ -14,13 +14,9 @@
 
 namespace veil {
 
-/// Rectangles of the image plane, each of which may be empty.
-struct TileReads {
-    Rect averaged;  ///< what the glow is made from
-    Rect picture;   ///< what the glow is laid over
-};
-
-/// Where both come from. `averaged.rect` is the tile's whole input rectangle, though only a part is read.
+/// The source of what the glow is made from, and of what it is laid over. The calling thread alone reads
+/// `averaged`, whose rectangle is the tile's whole input, though only what no earlier tile has read is read;
+/// any thread of the pool reads `picture`.
 struct TileSource {
     SourceRows averaged, picture;
 };
@@ -31,8 +27,8 @@ class ImageRenderer {
   public:
     ImageRenderer(int imageWidth, int imageHeight, const RenderSettings& settings);
 
-    /// The pixels that the next call of render reads for these rectangles.
-    TileReads reads(const Rect& inputRect, const Rect& outputRect) const;
+    /// The pixels of `picture` that render reads for these rectangles; there may be none.
+    Rect pictureReads(const Rect& inputRect, const Rect& outputRect) const;
 
     /// Hands the rows of `outputRect` to `output`; on `pool`, or on the calling thread if it is null.
     /// `source.averaged.rect` must hold at least requiredInputRect(outputRect, ...). Throws std::bad_alloc,

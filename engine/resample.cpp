@@ -53,14 +53,6 @@ BilinearPlan planBilinear(const Rect& source, const Rect& target, Map map) {
 
 }  // namespace
 
-Rect BoxPlan::reads(int first, int end) const {
-    if (first >= end || columnCount == 0) return {};
-    const auto rowAt = [&](int y) { return sourceRect.y0 + clampIndex(y, sourceRect.height()); };
-    const int x0 = sourceRect.x0 + firstColumn;
-    return {x0, rowAt(rows[static_cast<std::size_t>(first)] - kBoxHalf), x0 + columnCount,
-            rowAt(rows[static_cast<std::size_t>(end - 1)] + kBoxHalf) + 1};
-}
-
 BoxPlan planBoxes(const Rect& sourceRect, const Rect& target, int imageWidth, int imageHeight, int workWidth,
                   int workHeight) {
     BoxPlan plan;
@@ -83,33 +75,23 @@ BoxPlan planBoxes(const Rect& sourceRect, const Rect& target, int imageWidth, in
 }
 
 BoxRows::BoxRows(const BoxPlan& boxPlan, const SourceRows& sourceRows)
-    : plan(boxPlan),
-      source(sourceRows),
-      scratch(static_cast<std::size_t>(plan.columnCount) * 3 * (kHeight + 1)) {}
-
-const float* BoxRows::sourceRow(int y) {
-    const int row = clampIndex(y, plan.sourceRect.height());
-    const int slot = row % kHeight;
-    if (held[slot] != row) {
-        float* own = scratch.data() + static_cast<std::ptrdiff_t>(plan.columnCount) * 3 * slot;
-        rows[slot] = source.read(plan.sourceRect.x0 + plan.firstColumn, plan.sourceRect.y0 + row,
-                                 plan.columnCount, own);
-        held[slot] = row;
-    }
-    return rows[slot];
-}
+    : plan(boxPlan), source(sourceRows), sums(static_cast<std::size_t>(plan.columnCount) * 3) {}
 
 void BoxRows::average(int i, float* out) {
-    const int cy = plan.rows[static_cast<std::size_t>(i)];
+    const int centre = plan.rows[static_cast<std::size_t>(i)];
     const int width = static_cast<int>(plan.columns.size());
-    float* sums = scratch.data() + static_cast<std::ptrdiff_t>(plan.columnCount) * 3 * kHeight;
-    const float *r0 = sourceRow(cy - 2), *r1 = sourceRow(cy - 1), *r2 = sourceRow(cy),
-                *r3 = sourceRow(cy + 1), *r4 = sourceRow(cy + 2);
-    sumFiveRows(r0, r1, r2, r3, r4, sums, plan.columnCount * 3);
+    FiveRows rows;
+    for (int k = 0; k < kBoxHeight; ++k) {
+        const int row = clampIndex(centre - kBoxHalf + k, plan.sourceRect.height());
+        rows.row[k] =
+            source.at(plan.sourceRect.x0 + plan.firstColumn, plan.sourceRect.y0 + row, plan.columnCount);
+    }
+    sumFiveRows(source.kind, rows, sums.data(), plan.columnCount * 3);
     const int* columns = plan.columns.data();
-    boxRowClamped(sums, plan.columnCount, columns, out, plan.insideBegin);
-    boxRow(sums, columns + plan.insideBegin, out + plan.insideBegin * 3, plan.insideEnd - plan.insideBegin);
-    boxRowClamped(sums, plan.columnCount, columns + plan.insideEnd, out + plan.insideEnd * 3,
+    boxRowClamped(sums.data(), plan.columnCount, columns, out, plan.insideBegin);
+    boxRow(sums.data(), columns + plan.insideBegin, out + plan.insideBegin * 3,
+           plan.insideEnd - plan.insideBegin);
+    boxRowClamped(sums.data(), plan.columnCount, columns + plan.insideEnd, out + plan.insideEnd * 3,
                   width - plan.insideEnd);
 }
 
@@ -141,8 +123,8 @@ BilinearRows<Image>::BilinearRows(const BilinearPlan& bilinear, const float* hel
       held(heldSamples + (bilinear.reads.x0 - heldRect.x0) * Image::kChannels),
       rowLength(static_cast<std::ptrdiff_t>(heldRect.width()) * Image::kChannels),
       firstRow(bilinear.reads.y0 - heldRect.y0) {
-    for (auto& buffer : buffers)
-        buffer.resize(static_cast<std::size_t>(plan.target.width()) * Image::kChannels);
+    for (Samples& buffer : buffers)
+        growTo(buffer, static_cast<std::size_t>(plan.target.width()) * Image::kChannels);
 }
 
 template <class Image>

@@ -23,19 +23,13 @@ struct BoxPlan {
     std::vector<int> columns;            ///< centres of the boxes, local to firstColumn
     std::vector<int> rows;               ///< centres of the boxes
     int insideBegin = 0, insideEnd = 0;  ///< no box of the working columns between them leaves the source
-
-    /// The pixels of the image plane that the boxes read; they lie inside the source.
-    Rect reads() const { return reads(0, static_cast<int>(rows.size())); }
-    /// The same for rows `first` up to `end` of the plan.
-    Rect reads(int first, int end) const;
 };
 
 /// The boxes of `target`, pixels of the working plane.
 BoxPlan planBoxes(const Rect& sourceRect, const Rect& target, int imageWidth, int imageHeight, int workWidth,
                   int workHeight);
 
-/// Averages row after row of a plan and asks for each source row once, though neighbouring boxes share a row.
-/// For one slice of a job.
+/// Averages row after row of a plan. For one slice of a job.
 class BoxRows {
   public:
     BoxRows(const BoxPlan& plan, const SourceRows& source);
@@ -44,14 +38,9 @@ class BoxRows {
     void average(int i, float* out);
 
   private:
-    const float* sourceRow(int y);
-
-    static constexpr int kHeight = 5;
     const BoxPlan& plan;
     const SourceRows& source;
-    std::vector<float> scratch;  // kHeight source rows, then their sum
-    const float* rows[kHeight] = {};
-    int held[kHeight] = {-1, -1, -1, -1, -1};  // source row y stands at y % kHeight
+    Samples sums;  // of five source rows
 };
 
 /// Bilinear reads of one plane for the pixels of `target` in another, whose sides are in the ratio of an
@@ -89,7 +78,7 @@ class BilinearRows {
     std::ptrdiff_t rowLength;
     int firstRow;  // of plan.reads, in `held`; negative where a slice holds the rows further down only
     int heldRows[2] = {-1, -1};
-    std::vector<float> buffers[2];
+    Samples buffers[2];
 };
 
 }  // namespace veil

@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "engine/geometry.h"
+#include "engine/memory.h"
 #include "engine/render.h"
 #include "engine/worker_pool.h"
 #include "host/host_support.h"
@@ -43,7 +44,7 @@ struct Run {
     TilePlan plan;
     RenderSettings settings;
     std::optional<ImageRenderer> renderer;
-    HostPixels averaged, picture, output;
+    HostPixels picture, output;
 
     HostRect toHostRect(const Rect& r) const {
         return {r.y0 + bounds.top, r.x0 + bounds.left, r.y1 + bounds.top, r.x1 + bounds.left};
@@ -90,47 +91,56 @@ bool requestTile(const Run& run, const Rect& need, const Rect& tile) {
 
 bool isHostsThread(std::thread::id hostsThread) { return std::this_thread::get_id() == hostsThread; }
 
-// Rows of `buffer` as floats, from the host's memory on its own thread. The pool's threads see `copies` of
-// the rows that were brought.
-SourceRows rowsFrom(const HostBuffer& buffer, HostPixels& copies, const RowConversion& conversion) {
-    const auto read = [&, host = std::this_thread::get_id()](int x, int y, int count, float* scratch) {
-        const bool isHosts = isHostsThread(host);
-        if (isHosts) expectPixels(buffer, x, y + kRowsAhead, count);
-        conversion.read(isHosts ? buffer.at(x, y) : copies.at(x, y), scratch, count * 3);
-        return scratch;
+// Rows of `buffer` for the host's own thread alone.
+SourceRows rowsFrom(const HostBuffer& buffer, SampleKind kind) {
+    const auto at = [&](int x, int y, int count) -> const void* {
+        expectPixels<Access::read>(buffer, x, y + kRowsAhead, count);
+        return buffer.at(x, y);
+    };
+    return {buffer.rect, kind, at};
+}
+
+// The same for the pool's threads too, which see `copies` of the rows that were brought.
+SourceRows rowsFrom(const HostBuffer& buffer, HostPixels& copies, SampleKind kind) {
+    const auto at = [&, own = rowsFrom(buffer, kind).at, host = std::this_thread::get_id()](
+                        int x, int y, int count) -> const void* {
+        if (isHostsThread(host)) return own(x, y, count);
+        expectPixels<Access::read>(copies, x, y + kRowsAhead, count);
+        return copies.at(x, y);
     };
     const auto bring = [&, next = copies.rect.y0](int first, int end) mutable {
         // A row that came before may be read at this moment.
         copyFromHost(buffer, std::max(first, next), end, copies);
         next = std::max(next, end);
     };
-    return {buffer.rect, read, bring};
+    return {buffer.rect, kind, at, bring};
 }
 
-OutputRows rowsTo(const HostBuffer& buffer, HostPixels& copies, const RowConversion& conversion) {
-    const int x = buffer.rect.x0, count = buffer.rect.width() * 3;
-    const auto store = [&, x, count, host = std::this_thread::get_id()](int y, const float* row) {
-        conversion.write(row, isHostsThread(host) ? buffer.at(x, y) : copies.at(x, y), count);
+OutputRows rowsTo(const HostBuffer& buffer, HostPixels& copies, SampleKind kind) {
+    const auto at = [&, x = buffer.rect.x0, host = std::this_thread::get_id()](int y) -> void* {
+        if (!isHostsThread(host)) {
+            expectPixels<Access::write>(copies, x, y + kRowsAhead, copies.rect.width());
+            return copies.at(x, y);
+        }
+        expectPixels<Access::write>(buffer, x, y + kRowsAhead, buffer.rect.width());
+        return buffer.at(x, y);
     };
     const auto collect = [&](int first, int end) { copyToHost(copies, first, end, buffer); };
-    return {store, collect};
+    return {kind, at, collect};
 }
 
 void renderTile(Run& run, const Rect& need, const Rect& tile, WorkerPool& pool) {
     const FilterRecord& r = *gFilterRecord;
-    const RowConversion conversion = rowConversion(r.depth);
-    const std::size_t pixelBytes = 3 * conversion.sampleBytes;
+    const SampleKind kind = sampleKind(r.depth);
+    const std::size_t pixelBytes = 3 * sampleBytes(kind);
     if (pool.workerCount() > 0) {
-        const TileReads reads = run.renderer->reads(need, tile);
-        run.averaged.reshape(reads.averaged, pixelBytes);
-        run.picture.reshape(reads.picture, pixelBytes);
+        run.picture.reshape(run.renderer->pictureReads(need, tile), pixelBytes);
         run.output.reshape(tile, pixelBytes);
     }
     const HostBuffer in(need, pixelBytes, r.inData, r.inRowBytes);
     const HostBuffer out(tile, pixelBytes, r.outData, r.outRowBytes);
-    run.renderer->render(tile,
-                         {rowsFrom(in, run.averaged, conversion), rowsFrom(in, run.picture, conversion)},
-                         rowsTo(out, run.output, conversion), &pool);
+    run.renderer->render(tile, {rowsFrom(in, kind), rowsFrom(in, run.picture, kind)},
+                         rowsTo(out, run.output, kind), &pool);
 }
 
 std::int32_t progressCount(std::int64_t tiles) {
@@ -196,6 +206,7 @@ bool hostBuffersMatch(const Rect& needRect, const Rect& tileRect) {
 }
 
 void applyFilter() {
+    const KeptBlocksScope memory;
     Run run;
     if (!prepareRun(run)) return;
     ProgressScope progress;

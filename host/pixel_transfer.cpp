@@ -8,10 +8,7 @@
 
 namespace veil {
 
-RowConversion rowConversion(std::int32_t depth) {
-    return depth == 16 ? RowConversion{2, wordsToFloats, floatsToWords}
-                       : RowConversion{1, bytesToFloats, floatsToBytes};
-}
+SampleKind sampleKind(std::int32_t depth) { return depth == 16 ? SampleKind::words : SampleKind::bytes; }
 
 void readPixels(const void* source, std::int32_t rowBytes, const Rect& rect, std::int32_t depth,
                 std::vector<float>& buffer) {
@@ -24,7 +21,7 @@ void readPixels(const void* source, std::int32_t rowBytes, const Rect& rect, std
     }
     const auto* row = static_cast<const unsigned char*>(source);
     float* out = buffer.data();
-    const auto readRow = rowConversion(depth).read;
+    const auto readRow = sampleKind(depth) == SampleKind::words ? wordsToFloats : bytesToFloats;
     for (int y = 0; y < rect.height(); ++y, row += rowBytes, out += rowLength) readRow(row, out, count);
 }
 
@@ -34,36 +31,32 @@ void writePixels(const std::vector<float>& buffer, void* destination, std::int32
     const int count = width * 3;
     auto* row = static_cast<unsigned char*>(destination);
     const float* in = buffer.data();
-    const auto writeRow = rowConversion(depth).write;
+    const auto writeRow = sampleKind(depth) == SampleKind::words ? floatsToWords : floatsToBytes;
     for (int y = 0; y < height; ++y, row += rowBytes, in += count) writeRow(in, row, count);
 }
 
 void HostPixels::reshape(const Rect& r, std::size_t bytesAPixel) {
-    bytes.resize(static_cast<std::size_t>(r.width()) * static_cast<std::size_t>(r.height()) * bytesAPixel);
+    growTo(bytes, static_cast<std::size_t>(r.width()) * static_cast<std::size_t>(r.height()) * bytesAPixel);
     rect = r;
     pixelBytes = bytesAPixel;
 }
 
-void expectPixels(const HostBuffer& buffer, int x, int y, int count) {
-    constexpr std::size_t kLine = 64;
-    if (y >= buffer.rect.y1) return;
-    const unsigned char* from = buffer.at(x, y);
-    const std::size_t length = static_cast<std::size_t>(count) * buffer.pixelBytes;
-    for (std::size_t i = 0; i < length; i += kLine) __builtin_prefetch(from + i);
-}
-
 void copyFromHost(const HostBuffer& buffer, int first, int end, HostPixels& pixels) {
-    const std::size_t length = static_cast<std::size_t>(pixels.rect.width()) * pixels.pixelBytes;
+    const int x = pixels.rect.x0, count = pixels.rect.width();
     for (int y = first; y < end; ++y) {
-        expectPixels(buffer, pixels.rect.x0, y + kRowsAhead, pixels.rect.width());
-        std::memcpy(pixels.at(pixels.rect.x0, y), buffer.at(pixels.rect.x0, y), length);
+        expectPixels<Access::read>(buffer, x, y + kRowsAhead, count);
+        expectPixels<Access::write>(pixels, x, y + kRowsAhead, count);
+        std::memcpy(pixels.at(x, y), buffer.at(x, y), static_cast<std::size_t>(count) * pixels.pixelBytes);
     }
 }
 
 void copyToHost(HostPixels& pixels, int first, int end, const HostBuffer& buffer) {
-    const std::size_t length = static_cast<std::size_t>(pixels.rect.width()) * pixels.pixelBytes;
-    for (int y = first; y < end; ++y)
-        std::memcpy(buffer.at(pixels.rect.x0, y), pixels.at(pixels.rect.x0, y), length);
+    const int x = pixels.rect.x0, count = pixels.rect.width();
+    for (int y = first; y < end; ++y) {
+        expectPixels<Access::read>(pixels, x, y + kRowsAhead, count);
+        expectPixels<Access::write>(buffer, x, y + kRowsAhead, count);
+        std::memcpy(buffer.at(x, y), pixels.at(x, y), static_cast<std::size_t>(count) * pixels.pixelBytes);
+    }
 }
 
 }  // namespace veil

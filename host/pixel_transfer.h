@@ -7,18 +7,13 @@
 #include <vector>
 
 #include "engine/image.h"
+#include "engine/prefetch.h"
+#include "engine/row_flow.h"
 
 namespace veil {
 
-/// How one row of `count` samples is converted: depth 16 has 0 to 32768 for 0 to 1, any other depth 0 to 255.
-/// Floats are limited to 0 to 1 and rounded to nearest, NaN becomes 0. Bytes may lie at any address.
-struct RowConversion {
-    std::size_t sampleBytes;
-    void (*read)(const unsigned char* in, float* out, int count);
-    void (*write)(const float* in, unsigned char* out, int count);
-};
-
-RowConversion rowConversion(std::int32_t depth);
+/// How a host stores the samples of a depth: 16 bits have 0 to 32768 for 0 to 1, any other depth bytes.
+SampleKind sampleKind(std::int32_t depth);
 
 /// Converts `rect`'s width by height RGB pixels at `source`, rows `rowBytes` apart, to interleaved floats in
 /// `buffer`, which is resized. A null source, an empty rectangle or a row length below 1 leave black. Throws
@@ -52,7 +47,7 @@ struct HostBuffer {
 struct HostPixels {
     Rect rect;
     std::size_t pixelBytes = 0;
-    std::vector<unsigned char, Unfilled<unsigned char>> bytes;
+    UnfilledVector<unsigned char> bytes;
 
     /// Takes another rectangle and keeps the memory if it suffices; the pixels hold anything. Throws
     /// std::bad_alloc.
@@ -68,9 +63,12 @@ struct HostPixels {
 
 constexpr int kRowsAhead = 2;  // how early to expect a row
 
-/// Has the processor fetch `count` pixels from (x, y) on, if the buffer has that row: rows lie too far apart
-/// for it to see which comes next. [host's thread]
-void expectPixels(const HostBuffer& buffer, int x, int y, int count);
+/// Has the processor fetch `count` pixels from (x, y) on, if the buffer has that row.
+template <Access access, class Pixels>
+void expectPixels(Pixels& pixels, int x, int y, int count) {
+    if (y < pixels.rect.y1)
+        expect<access>(pixels.at(x, y), static_cast<std::size_t>(count) * pixels.pixelBytes);
+}
 
 /// Rows `first` up to `end` of `pixels`, whose rectangle lies in the buffer's, from there or to there.
 /// [host's thread]

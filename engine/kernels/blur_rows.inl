@@ -28,6 +28,33 @@ VEIL_ALWAYS_INLINE static inline void sumTapsOfRow(const float* centre, const Ta
     if (i < count) sumTaps<1>(centre, taps, tapCount, norm, out, i, count - i, read);
 }
 
+// The lines of one group of vectors, which stay in registers.
+template <int vectors>
+VEIL_ALWAYS_INLINE static inline void lerpGroup(const float* line, int step, const float* fractions,
+                                                int lineCount, float* out, int outLength, int i, int lanes) {
+    Floats low[vectors], high[vectors];
+    for (int v = 0; v < vectors; ++v) {
+        low[v] = load(line + i + v * kLanes, lanes);
+        high[v] = load(line + i + v * kLanes + step, lanes);
+    }
+    float* to = out + i;
+    for (int k = 0; k < lineCount; ++k, to += outLength) {
+        const float fraction = fractions[k];
+        for (int v = 0; v < vectors; ++v) store(to + v * kLanes, lerp(low[v], high[v], fraction), lanes);
+    }
+}
+
+static void lerpLines(const float* line, int step, const float* fractions, int lineCount, float* out,
+                      int outLength, int count) {
+    constexpr int kGroup = kTapVectors * kLanes;
+    int i = 0;
+    for (; i + kGroup <= count; i += kGroup)
+        lerpGroup<kTapVectors>(line, step, fractions, lineCount, out, outLength, i, kLanes);
+    for (; i + kLanes <= count; i += kLanes)
+        lerpGroup<1>(line, step, fractions, lineCount, out, outLength, i, kLanes);
+    if (i < count) lerpGroup<1>(line, step, fractions, lineCount, out, outLength, i, count - i);
+}
+
 static void tapRow(const float* centre, const TapReads* taps, int tapCount, int step, float norm, float* out,
                    int count) {
     const auto read = [step](const TapReads& tap, int i, int lanes) VEIL_ALWAYS_INLINE {

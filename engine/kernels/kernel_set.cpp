@@ -14,13 +14,14 @@
 namespace veil {
 
 const KernelTable VEIL_KERNEL_TABLE = {
-    .sumFiveRows = sumFiveRows,
+    .sumFiveRows = {sumFiveRows<FloatSamples>, sumFiveRows<ByteSamples>, sumFiveWordRows},
     .boxRow = boxRow,
     .boxRowClamped = boxRowClamped,
     .expandRow = expandRow,
     .expandRowToPlanes = expandRowToPlanes,
     .expandPlaneRow = expandPlaneRow,
     .lerpRows = lerpRows,
+    .lerpLines = lerpLines,
     .tapRow = tapRow,
     .pairRow = pairRow,
     .edgeRow = edgeRow,
@@ -32,11 +33,12 @@ const KernelTable VEIL_KERNEL_TABLE = {
     .coreMaskRow = coreMaskRow,
     .rimRow = rimRow,
     .boostRow = boostRow,
-    .composeRow = composeRow,
-    .bytesToFloats = bytesToFloats,
-    .wordsToFloats = wordsToFloats,
-    .floatsToBytes = floatsToBytes,
-    .floatsToWords = floatsToWords,
+    .areBounded = areBounded,
+    .composeRow = {composeRow<FloatSamples>, composeRow<ByteSamples>, composeRow<WordSamples>},
+    .bytesToFloats = toFloats<ByteSamples>,
+    .wordsToFloats = toFloats<WordSamples>,
+    .floatsToBytes = fromFloats<ByteSamples>,
+    .floatsToWords = fromFloats<WordSamples>,
 };
 
 }  // namespace veil

@@ -35,6 +35,18 @@ struct EdgeReads {
     float weight;
 };
 
+/// How the samples of a source or a result are stored: floats from 0 to 1; bytes of which 255 is white;
+/// 16-bit words, at any address, of which 32768 is white.
+enum class SampleKind { floats, bytes, words };
+constexpr int kSampleKinds = 3;
+
+constexpr int kBoxHeight = 5;
+
+/// Rows of one kind, from the top.
+struct FiveRows {
+    const void* row[kBoxHeight];
+};
+
 constexpr int kBoxRows = 4;  // that a box blur sums side by side
 
 /// 1 to kBoxRows rows, `rowLength` samples apart.
@@ -56,17 +68,18 @@ struct ComposeConstants {
     bool glowOnly;
 };
 
-/// A row of the glow in three rows of one channel each.
+/// A row of the glow in three rows of one channel each. One that areBounded is composed faster, if that is
+/// known.
 struct GlowRow {
     const float *r, *g, *b;
+    bool isBounded = false;
 };
 
 struct KernelTable {
     // Resampling.
 
-    /// out = r0 + r1 + r2 + r3 + r4.
-    void (*sumFiveRows)(const float* r0, const float* r1, const float* r2, const float* r3, const float* r4,
-                        float* out, int count);
+    /// out = the sum of the five samples as floats, from the top row on; an entry for each kind.
+    void (*sumFiveRows[kSampleKinds])(const FiveRows& rows, float* out, int count);
     /// Mean of 25 samples from sums over five rows: each output pixel adds the columns centre - 2 to centre +
     /// 2 of `sums`, all of which must lie inside.
     void (*boxRow)(const float* sums, const int* centres, float* out, int pixels);
@@ -83,6 +96,10 @@ struct KernelTable {
 
     // Blurs.
 
+    /// All linear reads between a row and what lies `step` samples behind it, for each of the fractions: rows
+    /// of `count` samples, `outLength` apart.
+    void (*lerpLines)(const float* line, int step, const float* fractions, int lineCount, float* out,
+                      int outLength, int count);
     /// out = norm * (centre + the sum over the taps of weight * (minus read + plus read)), summed in their
     /// order. `step` is the distance in samples of the two rows of a linear read.
     void (*tapRow)(const float* centre, const TapReads* taps, int tapCount, int step, float norm, float* out,
@@ -120,10 +137,14 @@ struct KernelTable {
 
     // Composition.
 
+    /// Whether all samples are from 0 up to, but not including, 2^60; -0 is not.
+    bool (*areBounded)(const float* samples, int count);
     /// Shapes the glow (the lerp of `top` and `bottom` by `fraction`) and lays it over `source`, or writes it
-    /// alone.
-    void (*composeRow)(const GlowRow& top, const GlowRow& bottom, float fraction, const float* source,
-                       const ComposeConstants& constants, float* out, int pixels);
+    /// alone; source and result are of one kind. What is stored as an integer is limited to 0 to 1 and
+    /// rounded to nearest; NaN becomes 0.
+    void (*composeRow[kSampleKinds])(const GlowRow& top, const GlowRow& bottom, float fraction,
+                                     const void* source, const ComposeConstants& constants, void* out,
+                                     int pixels);
 
     // Samples of a host.
 

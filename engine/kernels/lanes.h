@@ -212,20 +212,24 @@ VEIL_ALWAYS_INLINE static inline Floats saturate(Floats v) {
     return smaller(all(1.0f), larger(all(0.0f), v));
 }
 
-/// Whether all samples are from 0 up to, but not including, 2: no sign and no larger exponent. -0 and NaN are
-/// not.
-VEIL_ALWAYS_INLINE static inline bool areBelowTwo(Floats a, Floats b, Floats c) {
-    const Ints bits = reinterpret_cast<Ints>(a) | reinterpret_cast<Ints>(b) | reinterpret_cast<Ints>(c);
+/// Whether all samples are from 0 up to, but not including, 2^60, so that their products with usual numbers
+/// don't overflow. -0 and NaN are not.
+VEIL_ALWAYS_INLINE static inline bool areBounded(Floats v) {
+    constexpr int kBound = 0x5D800000;  // 2^60; the bits of positive floats ascend with them
+    const Ints bits = reinterpret_cast<Ints>(v);
 #if defined(__AVX512F__)
-    return _mm512_test_epi32_mask(reinterpret_cast<__m512i>(bits), _mm512_set1_epi32(-0x40000000)) == 0;
-#elif defined(__AVX2__)
-    return _mm256_testz_si256(reinterpret_cast<__m256i>(bits), _mm256_set1_epi32(-0x40000000)) != 0;
+    return _mm512_cmpge_epu32_mask(reinterpret_cast<__m512i>(bits), _mm512_set1_epi32(kBound)) == 0;
+#else
+    const Ints isOutside = (bits < 0) | (bits >= kBound);
+#if defined(__AVX2__)
+    return _mm256_movemask_ps(reinterpret_cast<__m256>(isOutside)) == 0;
 #elif defined(__x86_64__)
-    return _mm_movemask_ps(reinterpret_cast<__m128>(bits | (bits << 1))) == 0;
+    return _mm_movemask_ps(reinterpret_cast<__m128>(isOutside)) == 0;
 #else
     bool are = true;
-    for (int i = 0; i < kLanes; ++i) are = are && (bits[i] & -0x40000000) == 0;
+    for (int i = 0; i < kLanes; ++i) are = are && isOutside[i] == 0;
     return are;
+#endif
 #endif
 }
 

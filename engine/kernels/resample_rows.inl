@@ -1,10 +1,25 @@
-#include "engine/kernels/lanes.h"
+#include "engine/kernels/samples.h"
 
 namespace veil {
 
-static void sumFiveRows(const float* r0, const float* r1, const float* r2, const float* r3, const float* r4,
-                        float* out, int count) {
-    for (int i = 0; i < count; ++i) out[i] = r0[i] + r1[i] + r2[i] + r3[i] + r4[i];
+template <class Kind>
+static void sumFiveRows(const FiveRows& rows, float* out, int count) {
+    const FiveRows in = rows;
+    forLanes(count, [&](int i, int n) VEIL_ALWAYS_INLINE {
+        Floats sum = Kind::load(in.row[0], i, n);
+        for (int k = 1; k < kBoxHeight; ++k) sum += Kind::load(in.row[k], i, n);
+        store(out + i, sum, n);
+    });
+}
+
+// Sums of words divided by a power of two are floats without a rounding, so they are summed as integers.
+static void sumFiveWordRows(const FiveRows& rows, float* out, int count) {
+    const FiveRows in = rows;
+    forLanes(count, [&](int i, int n) VEIL_ALWAYS_INLINE {
+        Ints sum = WordSamples::loadInts(in.row[0], i, n);
+        for (int k = 1; k < kBoxHeight; ++k) sum += WordSamples::loadInts(in.row[k], i, n);
+        store(out + i, __builtin_convertvector(sum, Floats) * WordSamples::kUnit, n);
+    });
 }
 
 // A pixel and, unless it is the last of its row, one sample more, which the next pixel overwrites.

@@ -6,9 +6,8 @@
 
 namespace veil {
 
-inline void sumFiveRows(const float* r0, const float* r1, const float* r2, const float* r3, const float* r4,
-                        float* out, int count) {
-    kernels().sumFiveRows(r0, r1, r2, r3, r4, out, count);
+inline void sumFiveRows(SampleKind kind, const FiveRows& rows, float* out, int count) {
+    kernels().sumFiveRows[static_cast<int>(kind)](rows, out, count);
 }
 inline void boxRow(const float* sums, const int* centres, float* out, int pixels) {
     kernels().boxRow(sums, centres, out, pixels);
@@ -28,6 +27,10 @@ inline void expandPlaneRow(const float* row, const BilinearColumn* columns, floa
 }
 inline void lerpRows(const float* top, const float* bottom, float fraction, float* out, int count) {
     kernels().lerpRows(top, bottom, fraction, out, count);
+}
+inline void lerpLines(const float* line, int step, const float* fractions, int lineCount, float* out,
+                      int outLength, int count) {
+    kernels().lerpLines(line, step, fractions, lineCount, out, outLength, count);
 }
 inline void tapRow(const float* centre, const TapReads* taps, int tapCount, int step, float norm, float* out,
                    int count) {
@@ -66,9 +69,10 @@ inline void rimRow(const float* base, const float* core, float* rimColor, float*
 inline void boostRow(const BoostRows& rows, float highlightBoost, float* bright, int pixels) {
     kernels().boostRow(rows, highlightBoost, bright, pixels);
 }
-inline void composeRow(const GlowRow& top, const GlowRow& bottom, float fraction, const float* source,
-                       const ComposeConstants& constants, float* out, int pixels) {
-    kernels().composeRow(top, bottom, fraction, source, constants, out, pixels);
+inline bool areBounded(const float* samples, int count) { return kernels().areBounded(samples, count); }
+inline void composeRow(SampleKind kind, const GlowRow& top, const GlowRow& bottom, float fraction,
+                       const void* source, const ComposeConstants& constants, void* out, int pixels) {
+    kernels().composeRow[static_cast<int>(kind)](top, bottom, fraction, source, constants, out, pixels);
 }
 inline void bytesToFloats(const unsigned char* in, float* out, int count) {
     kernels().bytesToFloats(in, out, count);

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <utility>
 #include <vector>
 
 #include "engine/render.h"
@@ -90,6 +91,30 @@ ComposeConstants composing(const Rows& r) {
             r.pixels % 5 < 2};
 }
 
+FiveRows fiveOf(const Rows& r, int shift) {
+    FiveRows rows;
+    for (int k = 0; k < kBoxHeight; ++k) rows.row[k] = r.in[k].data() + kSlack * 4 + r.shift + shift;
+    return rows;
+}
+
+template <SampleKind kind>
+void callSumFiveRows(const KernelTable& k, Rows& r) {
+    // Integers at odd addresses too.
+    k.sumFiveRows[static_cast<int>(kind)](fiveOf(r, kind == SampleKind::floats ? 0 : r.pixels % 2), r.to(0),
+                                          r.count());
+}
+
+template <SampleKind kind>
+void callComposeRow(const KernelTable& k, Rows& r) {
+    bool isBounded = true;
+    for (int i = 0; i < 6; ++i) isBounded = k.areBounded(r.at(i), r.pixels) && isBounded;
+    const unsigned char* source =
+        r.in[6].data() + kSlack * 4 + r.shift + (kind == SampleKind::floats ? 0 : r.pixels % 3);
+    k.composeRow[static_cast<int>(kind)]({r.at(0), r.at(1), r.at(2), isBounded},
+                                         {r.at(3), r.at(4), r.at(5), isBounded}, 0.3f, source, composing(r),
+                                         r.out[0].data() + r.shift, r.pixels);
+}
+
 // Nine taps, with fractions of 0 and 1 among them.
 template <class Tap>
 std::vector<Tap> tapsOf(const Rows& r) {
@@ -114,7 +139,9 @@ std::vector<Tap> tapsOf(const Rows& r) {
 #define CALL(...) [](const KernelTable& k, Rows& r) { __VA_ARGS__; }
 
 const Kernel kKernels[] = {
-    {"sumFiveRows", CALL(k.sumFiveRows(r.at(0), r.at(1), r.at(2), r.at(3), r.at(4), r.to(0), r.count())), 3},
+    {"sumFiveRows", callSumFiveRows<SampleKind::floats>, 3},
+    {"sumFiveRows of bytes", callSumFiveRows<SampleKind::bytes>, 3},
+    {"sumFiveRows of words", callSumFiveRows<SampleKind::words>, 3},
     {"boxRow", CALL(k.boxRow(r.at(0), r.centres.data(), r.to(0), r.pixels)), 3},
     {"boxRowClamped", CALL(k.boxRowClamped(r.at(0), r.pixels, r.centres.data(), r.to(0), r.pixels)), 3},
     {"expandRow", CALL(k.expandRow(r.at(0), r.columns.data(), r.to(0), r.pixels)), 3},
@@ -128,6 +155,10 @@ const Kernel kKernels[] = {
      3},
     {"expandPlaneRow", CALL(k.expandPlaneRow(r.at(0), r.planeColumns.data(), r.to(0), r.pixels)), 1},
     {"lerpRows", CALL(k.lerpRows(r.at(0), r.at(1), 0.3f, r.to(0), r.count())), 3},
+    {"lerpLines",
+     CALL(const float fractions[] = {0.3f, 0.625f};
+          k.lerpLines(r.at(0), 3, fractions, 2, r.to(0), r.count(), r.count())),
+     6},
     {"tapRow", CALL(k.tapRow(r.at(0), tapsOf<TapReads>(r).data(), 9, 3, 0.2f, r.to(0), r.count())), 3},
     {"pairRow", CALL(k.pairRow(r.at(0), tapsOf<TapPair>(r).data(), 9, 0.2f, r.to(0), r.count())), 3},
     {"edgeRow", CALL(k.edgeRow(r.at(0), tapsOf<EdgeReads>(r).data(), 9, 3, 0.2f, r.to(0), r.count())), 3},
@@ -148,10 +179,10 @@ const Kernel kKernels[] = {
     {"boostRow",
      CALL(k.boostRow({r.at(0), r.at(1), r.at(2), r.at(3), r.at(4), r.at(5)}, 16.0f, r.copied(6), r.pixels)),
      3},
-    {"composeRow",
-     CALL(k.composeRow({r.at(0), r.at(1), r.at(2)}, {r.at(3), r.at(4), r.at(5)}, 0.3f, r.at(6), composing(r),
-                       r.to(0), r.pixels)),
-     3},
+    {"areBounded", CALL(if (r.pixels > 0) * r.to(0) = k.areBounded(r.at(0), r.count()) ? 1.0f : 0.0f), 1},
+    {"composeRow", callComposeRow<SampleKind::floats>, 3},
+    {"composeRow of bytes", callComposeRow<SampleKind::bytes>, 3, 0, true},
+    {"composeRow of words", callComposeRow<SampleKind::words>, 6, 0, true},
     {"bytesToFloats", CALL(k.bytesToFloats(r.in[0].data() + r.shift, r.to(0), r.count())), 3},
     {"wordsToFloats", CALL(k.wordsToFloats(r.in[0].data() + r.shift + 1, r.to(0), r.count())), 3},
     {"floatsToBytes", CALL(k.floatsToBytes(r.at(0), r.out[0].data() + r.shift, r.count())), 3, 0, true},
@@ -200,25 +231,109 @@ TEST_CASE("every kernel of every set gives the baseline's bits and stays inside 
                 }
 }
 
-TEST_CASE("every host sample reads as the rounded quotient in every set") {
-    std::vector<unsigned char> bytes, words;
-    for (int v = 0; v < 65536; ++v) {
-        if (v < 256) bytes.push_back(static_cast<unsigned char>(v));
-        words.push_back(static_cast<unsigned char>(v & 255));
-        words.push_back(static_cast<unsigned char>(v >> 8));
+TEST_CASE("a glow is bounded up to a power of two, and neither negative nor a NaN") {
+    constexpr float kBound = 0x1p60f;
+    const std::pair<float, bool> table[] = {{0.0f, true},
+                                            {1e-40f, true},
+                                            {2.0f, true},
+                                            {std::nextafter(kBound, 0.0f), true},
+                                            {kBound, false},
+                                            {-0.0f, false},
+                                            {-1e-40f, false},
+                                            {std::numeric_limits<float>::infinity(), false},
+                                            {std::numeric_limits<float>::quiet_NaN(), false}};
+    for (const InstructionSet set : availableSets())
+        for (const auto& [value, isBounded] : table)
+            for (const int at : {0, 15, 16, 18}) {
+                INFO(name(set), ", ", value, " at ", at);
+                std::vector<float> samples(19, 0.5f);
+                samples[static_cast<std::size_t>(at)] = value;
+                CHECK(kernelsFor(set).areBounded(samples.data(), 19) == isBounded);
+            }
+}
+
+namespace {
+
+// All values of a kind, one a sample, in an order that is another for each `step`; some come again at the
+// end.
+std::vector<unsigned char> allValues(SampleKind kind, int step) {
+    const int values = kind == SampleKind::bytes ? 256 : 65536;
+    std::vector<unsigned char> samples;
+    for (int i = 0; i < (values + 2) / 3 * 3; ++i) {
+        const int v = i * step % values;
+        samples.push_back(static_cast<unsigned char>(v));
+        if (kind == SampleKind::words) samples.push_back(static_cast<unsigned char>(v >> 8));
     }
-    for (const InstructionSet set : availableSets()) {
-        INFO(name(set));
-        std::vector<float> floats(65536);
-        kernelsFor(set).bytesToFloats(bytes.data(), floats.data(), 256);
-        for (int v = 0; v < 256; ++v)
-            CHECK(floats[static_cast<std::size_t>(v)] == static_cast<float>(v / 255.0));
-        kernelsFor(set).wordsToFloats(words.data(), floats.data(), 65536);
-        int wrong = 0;
-        for (int v = 0; v < 65536; ++v)
-            wrong += floats[static_cast<std::size_t>(v)] != static_cast<float>(v / 32768.0);
-        CHECK(wrong == 0);
-    }
+    return samples;
+}
+
+int countOf(SampleKind kind) { return kind == SampleKind::bytes ? 258 : 65538; }
+
+std::vector<float> quotients(SampleKind kind, const std::vector<unsigned char>& samples) {
+    std::vector<float> floats;
+    for (std::size_t i = 0; i < samples.size(); i += sampleBytes(kind))
+        floats.push_back(kind == SampleKind::bytes
+                             ? static_cast<float>(samples[i] / 255.0)
+                             : static_cast<float>((samples[i] + 256 * samples[i + 1]) / 32768.0));
+    return floats;
+}
+
+}  // namespace
+
+TEST_CASE(
+    "every sample of a host reads as the rounded quotient in every set, alone, in sums and in pictures") {
+    for (const InstructionSet set : availableSets())
+        for (const SampleKind kind : {SampleKind::bytes, SampleKind::words}) {
+            INFO(name(set), ", ", sampleBytes(kind), " bytes");
+            const KernelTable& kernels = kernelsFor(set);
+            const bool isBytes = kind == SampleKind::bytes;
+            const int count = countOf(kind), pixels = count / 3;
+            std::vector<unsigned char> rows[kBoxHeight];
+            FiveRows five;
+            std::vector<float> sums(static_cast<std::size_t>(count)), read(sums.size());
+            for (int k = 0; k < kBoxHeight; ++k) {
+                rows[k] = allValues(kind, 2 * k + 1);
+                five.row[k] = rows[k].data();
+                const std::vector<float> values = quotients(kind, rows[k]);
+                for (std::size_t i = 0; i < sums.size(); ++i)
+                    sums[i] = k > 0 ? sums[i] + values[i] : values[i];
+                (isBytes ? kernels.bytesToFloats : kernels.wordsToFloats)(rows[k].data(), read.data(), count);
+                CHECK((read == values));
+            }
+            kernels.sumFiveRows[static_cast<int>(kind)](five, read.data(), count);
+            CHECK((read == sums));
+
+            const std::vector<float> source = quotients(kind, rows[1]);
+            for (const float brightest : {0.0f, 1.0f, 3.0f, 1e6f})
+                for (const bool glowOnly : {false, true}) {
+                    std::vector<float> glow[6];
+                    for (int k = 0; k < 6; ++k)
+                        for (int i = 0; i < pixels; ++i)
+                            glow[k].push_back(pictures::noise(i, k, 5) * brightest);
+                    const ComposeConstants constants{
+                        brightest == 3.0f ? 1.7f : 1.0f, 0.8f, 0.3f, 1.0f, 0.94f, 0.88f, glowOnly};
+                    const auto compose = [&](SampleKind as, bool isBounded, const void* from, void* to) {
+                        kernels.composeRow[static_cast<int>(as)](
+                            {glow[0].data(), glow[1].data(), glow[2].data(), isBounded},
+                            {glow[3].data(), glow[4].data(), glow[5].data(), isBounded}, 0.375f, from,
+                            constants, to, pixels);
+                    };
+                    // The long way: floats, and a step for each limit.
+                    std::vector<float> floats(sums.size());
+                    compose(SampleKind::floats, false, source.data(), floats.data());
+                    std::vector<unsigned char> expected(rows[1].size()), actual(expected.size());
+                    (isBytes ? kernels.floatsToBytes : kernels.floatsToWords)(floats.data(), expected.data(),
+                                                                              count);
+                    for (const bool isBounded : {false, true}) {
+                        INFO("glow to ", brightest, ", alone ", glowOnly, ", bounded ", isBounded);
+                        compose(kind, isBounded, rows[1].data(), actual.data());
+                        CHECK((actual == expected));
+                        std::vector<float> again(floats.size());
+                        compose(SampleKind::floats, isBounded, source.data(), again.data());
+                        CHECK((again == floats));
+                    }
+                }
+        }
 }
 
 TEST_CASE("a picture has the same bits by every set and number of workers") {

@@ -1,0 +1,141 @@
+#include "engine/memory.h"
+
+#include <bit>
+#include <mutex>
+#include <system_error>
+#include <thread>
+
+namespace veil {
+
+namespace {
+
+#if defined(__SANITIZE_ADDRESS__)
+constexpr bool kKeeps = false;  // what is given back must not be touched
+#else
+constexpr bool kKeeps = true;
+#endif
+
+// Eight sizes from one power of two to the next, so that requests of nearly one size share blocks.
+std::size_t blockSize(std::size_t bytes) {
+    const std::size_t step = std::bit_floor(bytes) / 8;
+    return bytes > static_cast<std::size_t>(-1) - step ? bytes : (bytes + step - 1) / step * step;
+}
+
+constexpr std::size_t kLine = 64;  // of the cache, at which the memory that is handed out begins
+
+// What stands in front of it.
+struct alignas(kLine) Block {
+    void* allocated;
+    std::size_t size;
+    std::thread::id user;  // who asked for it last, and so has it in a cache
+};
+
+void* memoryOf(Block* block) { return block + 1; }
+Block* blockOf(void* memory) { return static_cast<Block*>(memory) - 1; }
+
+Block* makeBlock(std::size_t size) {
+    std::size_t room = sizeof(Block) + kLine + size;
+    if (room < size) throw std::bad_alloc();
+    void* const allocated = ::operator new(room);
+    void* place = allocated;
+    std::align(kLine, sizeof(Block) + size, place, room);
+    return ::new (place) Block{allocated, size, std::this_thread::get_id()};
+}
+
+void freeBlock(Block* block) { ::operator delete(block->allocated); }
+
+// Some systems make a mutex at its first lock, which then can fail: then nothing is kept.
+struct Lock {
+    std::mutex& mutex;
+    bool isHeld = false;
+
+    explicit Lock(std::mutex& m) noexcept : mutex(m) {
+        try {
+            mutex.lock();
+            isHeld = true;
+        } catch (const std::system_error&) {
+        }
+    }
+    Lock(const Lock&) = delete;
+    Lock& operator=(const Lock&) = delete;
+    ~Lock() {
+        if (isHeld) mutex.unlock();
+    }
+};
+
+class KeptBlocks {
+  public:
+    KeptBlocks() = default;
+    ~KeptBlocks() { freeAll(); }
+    KeptBlocks(const KeptBlocks&) = delete;
+    KeptBlocks& operator=(const KeptBlocks&) = delete;
+
+    // Of this size, at best one that the calling thread had; null if there is none.
+    Block* take(std::size_t size) {
+        const std::thread::id user = std::this_thread::get_id();
+        const Lock lock(mutex);
+        int best = -1;
+        for (int i = 0; lock.isHeld && i < count; ++i)
+            if (blocks[i]->size == size && (best < 0 || blocks[i]->user == user)) best = i;
+        if (best < 0) return nullptr;
+        Block* const block = blocks[best];
+        blocks[best] = blocks[--count];
+        total -= size;
+        block->user = user;
+        return block;
+    }
+
+    // False if there is no room.
+    bool give(Block* block) {
+        const Lock lock(mutex);
+        if (!lock.isHeld || count == kMostBlocks || block->size > kMostKeptBytes - total) return false;
+        blocks[count++] = block;
+        total += block->size;
+        return true;
+    }
+
+    // Whether there was any.
+    bool freeAll() {
+        const Lock lock(mutex);
+        if (!lock.isHeld) return false;
+        const bool any = count > 0;
+        while (count > 0) freeBlock(blocks[--count]);
+        total = 0;
+        return any;
+    }
+
+  private:
+    static constexpr int kMostBlocks = 256;
+
+    std::mutex mutex;
+    Block* blocks[kMostBlocks];
+    int count = 0;
+    std::size_t total = 0;
+};
+
+KeptBlocks gKept;
+
+}  // namespace
+
+void* takeBlock(std::size_t bytes) {
+    if (!kKeeps || bytes < kLeastKeptBlock) return ::operator new(bytes);
+    const std::size_t size = blockSize(bytes);
+    if (Block* const kept = gKept.take(size)) return memoryOf(kept);
+    try {
+        return memoryOf(makeBlock(size));
+    } catch (const std::bad_alloc&) {
+        if (!gKept.freeAll()) throw;
+    }
+    return memoryOf(makeBlock(size));
+}
+
+void giveBlock(void* memory, std::size_t bytes) noexcept {
+    if (!kKeeps || bytes < kLeastKeptBlock)
+        ::operator delete(memory);
+    else if (Block* const block = blockOf(memory); !gKept.give(block))
+        freeBlock(block);
+}
+
+void freeKeptBlocks() noexcept { gKept.freeAll(); }
+
+}  // namespace veil
