@@ -118,25 +118,30 @@ const struct {
      [](const KernelTable& k, Rows& r) { k.floatsToBytes(r.row(0), r.bytes.data(), kCount); }},
     {"floatsToWords",
      [](const KernelTable& k, Rows& r) { k.floatsToWords(r.row(0), r.bytes.data(), kCount); }},
-    {"tapRow",
+    {"tapLine",
      [](const KernelTable& k, Rows& r) {
          TapReads taps[24];
          for (int i = 0; i < 24; ++i)
-             taps[i] = {r.row(0) - i * 6 - 6, r.row(0) + i * 6 + 3, 0.75f, 0.25f, 0.5f};
-         k.tapRow(r.row(0), taps, 24, 3, 0.01f, r.out(), kCount);
+             taps[i] = {r.row(0) - i * 32 - 32, r.row(0) + i * 32 + 16, 0.75f, 0.25f, 0.5f};
+         k.tapLine(r.row(0), taps, 24, 0.01f, r.out(), kCount / kLineLanes);
      }},
-    {"pairRow",
+    {"pairLine",
      [](const KernelTable& k, Rows& r) {
          TapPair taps[24];
-         for (int i = 0; i < 24; ++i) taps[i] = {r.row(i % 8) - i * 6 - 6, r.row(i % 8) + i * 6 + 3, 0.5f};
-         k.pairRow(r.row(0), taps, 24, 0.01f, r.out(), kCount);
+         for (int i = 0; i < 24; ++i) taps[i] = {r.row(i % 8) - i * 32, r.row(i % 8) + i * 32, 0.5f};
+         k.pairLine(r.row(0), taps, 24, 15, 0.01f, r.out(), kCount / kLineLanes);
      }},
-    {"edgeRow",
+    {"rowsToLines (of 16)",
      [](const KernelTable& k, Rows& r) {
-         EdgeReads taps[24];
-         for (int i = 0; i < 24; ++i)
-             taps[i] = {r.row(0) - i * 6 - 6, r.row(0) + i * 6 + 3, r.row(1), r.row(2), 0.5f};
-         k.edgeRow(r.row(0), taps, 24, 3, 0.01f, r.out(), kCount);
+         const float* rows[kLineLanes];
+         for (int i = 0; i < kLineLanes; ++i) rows[i] = r.row(i % 8);
+         k.rowsToLines(rows, 3, r.out(), kCount / 2, kPixels / 32);
+     }},
+    {"linesToRows (of 16)",
+     [](const KernelTable& k, Rows& r) {
+         float* rows[kLineLanes];
+         for (int i = 0; i < kLineLanes; ++i) rows[i] = r.out() + i * kCount / 4;
+         k.linesToRows(r.row(0), kCount / 8, 3, rows, kLineLanes, kPixels / 32);
      }},
     {"boxBlurRows (of 4)",
      [](const KernelTable& k, Rows& r) {

@@ -5,12 +5,6 @@
 
 namespace veil {
 
-namespace {
-
-constexpr int kChunkRows = 2 * kRowGroup;
-
-}  // namespace
-
 bool fitsBand(const Rect& work, const PlaneSizes& sizes) {
     constexpr std::size_t kMostBytes = std::size_t{32} << 20;  // the looks take 29 MB at 300 megapixels
     return tilesShareBoxes(sizes) && static_cast<std::size_t>(sizes.workWidth) *
@@ -34,8 +28,8 @@ Rect AveragedBand::newPart(const Rect& work, const PlaneSizes& sizes) const {
 }
 
 const FloatImage& AveragedBand::advance(const Rect& work, const SourceRows& source, const PlaneSizes& sizes,
-                                        const RowTransform& transform, const MakeStep& makeStep,
-                                        WorkerPool* pool) {
+                                        const RowTransform& transform, int chunkRows,
+                                        const MakeStep& makeStep, WorkerPool* pool) {
     const Rect part = newPart(work, sizes);
     const BoxPlan plan =
         planBoxes(source.rect, part, sizes.imageWidth, sizes.imageHeight, sizes.workWidth, sizes.workHeight);
@@ -66,7 +60,7 @@ const FloatImage& AveragedBand::advance(const Rect& work, const SourceRows& sour
             step(first, end);
         };
     };
-    runChunks(pool, work.y0, work.y1, kChunkRows, makeJob, {average, {}, true});
+    runChunks(pool, work.y0, work.y1, chunkRows, makeJob, {average, {}, true});
     held = next;
     return image;
 }

@@ -19,11 +19,11 @@ class AveragedBand {
 
     /// An image that holds `work`. The calling thread alone reads `source`, and of it only what is new. Each
     /// new row is handed to `transform`; so all calls for one object must have one image, source and
-    /// transform. Steps begin at chunks of rows, whose height is a multiple of kRowGroup. After an exception
-    /// nothing is kept. Tiles may come in any order; in rows from the top, each from the left, they share
-    /// most.
+    /// transform. Steps begin at chunks of `chunkRows` rows. After an exception nothing is kept. Tiles may
+    /// come in any order; in rows from the top, each from the left, they share most.
     const FloatImage& advance(const Rect& work, const SourceRows& source, const PlaneSizes& sizes,
-                              const RowTransform& transform, const MakeStep& makeStep, WorkerPool* pool);
+                              const RowTransform& transform, int chunkRows, const MakeStep& makeStep,
+                              WorkerPool* pool);
 
   private:
     bool isInRow(const Rect& work) const;

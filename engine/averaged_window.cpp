@@ -1,5 +1,6 @@
 #include "engine/averaged_window.h"
 
+#include "engine/blur.h"
 #include "engine/geometry.h"
 #include "engine/prefetch.h"
 
@@ -10,7 +11,8 @@ namespace veil {
 
 namespace {
 
-constexpr int kChunkRows = 8;  // a chunk averages 32 rows of the image and one that its neighbour has too
+// A chunk averages 64 rows of the image and one that its neighbour has too.
+constexpr int kChunkRows = kRowGroup;
 
 BoxPlan planNewBoxes(const Rect& work, int firstColumn, const Rect& sourceRect, const PlaneSizes& sizes) {
     return planBoxes(sourceRect, {firstColumn, work.y0, work.x1, work.y1}, sizes.imageWidth,
@@ -37,7 +39,7 @@ int AveragedWindow::firstNewColumn(const Rect& work, const PlaneSizes& sizes) co
 }
 
 const FloatImage& AveragedWindow::advance(const Rect& work, const SourceRows& source, const PlaneSizes& sizes,
-                                          const RowTransform& transform, const MakeRowStep& makeStep,
+                                          const RowTransform& transform, const MakeStep& makeStep,
                                           WorkerPool* pool) {
     const int firstColumn = firstNewColumn(work, sizes);
     const BoxPlan plan = planNewBoxes(work, firstColumn, source.rect, sizes);
@@ -57,7 +59,7 @@ const FloatImage& AveragedWindow::advance(const Rect& work, const SourceRows& so
         }
     };
     const auto makeJob = [&]() -> WorkerPool::Job {
-        return [&, step = makeStep ? makeStep() : RowStep()](int first, int end) mutable {
+        return [&, step = makeStep ? makeStep(next) : WorkerPool::Job()](int first, int end) mutable {
             for (int i = first; i < end; ++i) {
                 float* row = next.row(i);
                 if (i + 1 < end) expect(next.row(i + 1) + kept, newBytes);
@@ -67,8 +69,8 @@ const FloatImage& AveragedWindow::advance(const Rect& work, const SourceRows& so
                     std::copy(from, from + kept, row);
                 }
                 if (transform && firstColumn < work.x1) transform(row + kept, work.x1 - firstColumn);
-                if (step) step(i, row);
             }
+            if (step) step(first, end);
         };
     };
     runChunks(pool, 0, work.height(), kChunkRows, makeJob, {average, {}, true});

@@ -29,16 +29,14 @@ using RowTransform = std::function<void(float* row, int count)>;
 
 class AveragedWindow {
   public:
-    /// What follows at once on the finished row `y`, local to the window, of one slice of the job.
-    using RowStep = std::function<void(int y, const float* row)>;
-    /// Makes the step of a slice, with whatever scratch it needs.
-    using MakeRowStep = std::function<RowStep()>;
+    /// What follows on finished rows `first` up to `end`, local to the window, in one slice of the job.
+    using MakeStep = std::function<WorkerPool::Job(const FloatImage& window)>;
 
     /// The window over `work`. The calling thread alone reads `source`, and of it only what is new. Each new
     /// row is handed to `transform`; so all windows of one object must have one image, source and transform.
-    /// After an exception nothing is kept.
+    /// Steps begin at multiples of kRowGroup. After an exception nothing is kept.
     const FloatImage& advance(const Rect& work, const SourceRows& source, const PlaneSizes& sizes,
-                              const RowTransform& transform, const MakeRowStep& makeStep, WorkerPool* pool);
+                              const RowTransform& transform, const MakeStep& makeStep, WorkerPool* pool);
 
   private:
     int firstNewColumn(const Rect& work, const PlaneSizes& sizes) const;

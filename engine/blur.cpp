@@ -98,25 +98,50 @@ float* alignedIn(Samples& buffer, std::size_t count) {
     return buffer.data() + (kLine - past) % kLine / sizeof(float);
 }
 
+// `count` samples of a pixel, mostly all of them: then the copy is a few instructions.
+void copySamples(const float* from, int count, float* to) {
+    if (count == kLineLanes)
+        std::memcpy(to, from, kLineLanes * sizeof(float));
+    else
+        std::copy(from, from + count, to);
+}
+
+// Repeats the first and last of a line's own pixels to its ends.
+void padLine(const LinePlan& plan, float* line) {
+    const float *first = line + plan.own.begin * kLineLanes, *last = line + (plan.own.end - 1) * kLineLanes;
+    for (int i = 0; i < plan.own.begin; ++i) copySamples(first, kLineLanes, line + i * kLineLanes);
+    for (int i = plan.own.end; i < plan.length(); ++i) copySamples(last, kLineLanes, line + i * kLineLanes);
+}
+
+std::size_t samplesOf(int pixels) { return static_cast<std::size_t>(pixels) * kLineLanes; }
+
+// How far apart the pixels are that read most of the same lerped lines: the first taps of one fraction.
+int spacingOf(const LinePlan& plan) {
+    for (int k = 1; k < plan.table.count; ++k)
+        if (plan.plusLines[k] == plan.plusLines[0])
+            return plan.table.taps[k].offset - plan.table.taps[0].offset;
+    return 1;
+}
+
 // The pixels of `line` that have the table's fractions. Taps often share fractions (all of them up to a
 // radius of 24): then each linear read is done once for all.
-void blurInside(const LinePlan& plan, const float* line, int step, LineScratch& scratch, float* out) {
+void blurInside(const LinePlan& plan, const float* line, LineScratch& scratch, float* out) {
     const TapTable& table = plan.table;
-    const int count = (plan.insideEnd - plan.insideBegin) * step;
-    const float* centre = line + (plan.insideBegin - plan.begin + plan.reach) * step;
-    out += (plan.insideBegin - plan.begin) * step;
+    const int pixels = plan.insideEnd - plan.insideBegin;
+    const float* centre = line + (plan.insideBegin - plan.begin + plan.reach) * kLineLanes;
+    out += (plan.insideBegin - plan.begin) * kLineLanes;
     if (static_cast<int>(plan.fractions.size()) * 2 > table.count) {
         TapReads taps[kMaxTaps];
         for (int k = 0; k < table.count; ++k) {
             const Tap& tap = table.taps[k];
-            taps[k] = {centre + tap.negOffset * step, centre + tap.offset * step, tap.negFrac, tap.frac,
-                       tap.weight};
+            taps[k] = {centre + tap.negOffset * kLineLanes, centre + tap.offset * kLineLanes, tap.negFrac,
+                       tap.frac, tap.weight};
         }
-        tapRow(centre, taps, table.count, step, table.norm, out, count);
+        tapLine(centre, taps, table.count, table.norm, out, pixels);
         return;
     }
-    const int lerpedCount = count + 2 * table.edge * step;
-    const float* first = centre - table.edge * step;
+    const int lerpedPixels = pixels + 2 * table.edge, lerpedCount = lerpedPixels * kLineLanes;
+    const float* first = centre - table.edge * kLineLanes;
     float* const lerped =
         alignedIn(scratch.lerped, static_cast<std::size_t>(lerpedCount) * plan.fractions.size());
     const float* lines[2 * kMaxTaps];
@@ -128,46 +153,24 @@ void blurInside(const LinePlan& plan, const float* line, int step, LineScratch& 
         fractions[lineCount] = plan.fractions[i];
         lines[i] = lerped + static_cast<std::ptrdiff_t>(lerpedCount) * lineCount++;
     }
-    lerpLines(first, step, fractions, lineCount, lerped, lerpedCount, lerpedCount);
+    lerpLines(first, fractions, lineCount, lerped, lerpedPixels);
     const auto readOf = [&](int lerpedLine, int offset) {
-        return lines[lerpedLine] + (table.edge + offset) * step;
+        return lines[lerpedLine] + (table.edge + offset) * kLineLanes;
     };
     TapPair taps[kMaxTaps];
     for (int k = 0; k < table.count; ++k)
         taps[k] = {readOf(plan.minusLines[k], table.taps[k].negOffset),
                    readOf(plan.plusLines[k], table.taps[k].offset), table.taps[k].weight};
-    pairRow(centre, taps, table.count, table.norm, out, count);
+    pairLine(centre, taps, table.count, spacingOf(plan), table.norm, out, pixels);
 }
 
-// The pixels near the ends of a row.
-void blurRowEdges(const RowBlur& blur, const float* line, float* out) {
-    const LinePlan& plan = blur.plan;
-    const int edgeCount = plan.edgeCount(), left = plan.insideBegin - plan.begin, step = blur.channels;
-    const auto blurRun = [&](int first, int end) {
-        if (first == end) return;
-        const int atPixel = plan.edgePixel(first) - plan.begin;
-        const float* centre = line + (atPixel + plan.reach) * step;
-        EdgeReads taps[kMaxTaps];
-        for (int k = 0; k < plan.table.count; ++k) {
-            const Tap& tap = plan.table.taps[k];
-            const float* tapFractions = blur.fractions.data() + (k * 2 * edgeCount + first) * step;
-            taps[k] = {centre + tap.negOffset * step, centre + tap.offset * step, tapFractions,
-                       tapFractions + edgeCount * step, tap.weight};
-        }
-        edgeRow(centre, taps, plan.table.count, step, plan.table.norm, out + atPixel * step,
-                (end - first) * step);
-    };
-    blurRun(0, left);
-    blurRun(left, edgeCount);
-}
-
-// The rows near the ends of a strip: a fraction is the same all along a row.
-void blurStripEdges(const LinePlan& plan, const float* line, int step, float* out) {
+// The pixels near the ends.
+void blurEdges(const LinePlan& plan, const float* line, float* out) {
     for (int i = 0; i < plan.edgeCount(); ++i) {
         const int atPixel = plan.edgePixel(i) - plan.begin;
-        const float* centre = line + (atPixel + plan.reach) * step;
+        const float* centre = line + (atPixel + plan.reach) * kLineLanes;
         const auto read = [&](int offset, float fraction) {
-            return centre + (offset + (std::signbit(fraction) ? 1 : 0)) * step;
+            return centre + (offset + (std::signbit(fraction) ? 1 : 0)) * kLineLanes;
         };
         TapReads taps[kMaxTaps];
         for (int k = 0; k < plan.table.count; ++k) {
@@ -176,8 +179,15 @@ void blurStripEdges(const LinePlan& plan, const float* line, int step, float* ou
             taps[k] = {read(tap.negOffset, minus), read(tap.offset, plus), std::fabs(minus), std::fabs(plus),
                        tap.weight};
         }
-        tapRow(centre, taps, plan.table.count, step, plan.table.norm, out + atPixel * step, step);
+        tapLine(centre, taps, plan.table.count, plan.table.norm, out + atPixel * kLineLanes, 1);
     }
+}
+
+// A line whose own pixels are there, to the blurred ones.
+void blurLine(const LinePlan& plan, float* line, LineScratch& scratch, float* out) {
+    padLine(plan, line);
+    blurEdges(plan, line, out);
+    blurInside(plan, line, scratch, out);
 }
 
 // Nothing blooms in most rows of a night scene. Ends early where the samples aren't all zeros.
@@ -192,53 +202,31 @@ bool areZeros(const float* samples, int count) {
     return true;
 }
 
-// Repeats the first and last of the `own` pixels to the ends of a line.
-void padLine(const LinePlan& plan, const Span& own, int step, float* line) {
-    const int length = plan.end - plan.begin + 2 * plan.reach;
-    const float *first = line + own.begin * step, *last = line + (own.end - 1) * step;
-    for (int i = 0; i < own.begin; ++i) std::copy(first, first + step, line + i * step);
-    for (int i = own.end; i < length; ++i) std::copy(last, last + step, line + i * step);
-}
-
-// Samples; narrow, so that the rows which the taps of a strip reach stay in the cache.
-constexpr int kStripWidth = 16;
-
 constexpr int kStripsAJob = 2;
 
-int stripsOf(int count) { return (count + kStripWidth - 1) / kStripWidth; }
-
-// `count` samples of a strip, mostly all of its width: then the copy is a few instructions.
-void copySamples(const float* from, int count, float* to) {
-    if (count == kStripWidth)
-        std::memcpy(to, from, kStripWidth * sizeof(float));
-    else
-        std::copy(from, from + count, to);
-}
+int stripsOf(int count) { return (count + kLineLanes - 1) / kLineLanes; }
 
 // One strip of `count` columns; the callables give the address of a row of the source and of the result.
 template <class RowAt, class OutAt>
 void blurStrip(const LinePlan& plan, int strip, int count, RowAt rowAt, OutAt outAt, LineScratch& scratch) {
-    const int column = strip * kStripWidth, step = std::min(kStripWidth, count - column);
-    float* line = scratch.lineOf(plan, step);
+    const int column = strip * kLineLanes, width = std::min(kLineLanes, count - column);
+    float* line = alignedIn(scratch.line, samplesOf(plan.length()));
+    float* blurred = alignedIn(scratch.blurred, samplesOf(plan.count()));
     const auto at = [&](int i) { return rowAt(plan.firstOwn() + i - plan.own.begin) + column; };
-    for (int i = plan.own.begin; i < plan.own.end; ++i) copySamples(at(i), step, line + i * step);
+    for (int i = plan.own.begin; i < plan.own.end; ++i) {
+        float* pixel = line + i * kLineLanes;
+        copySamples(at(i), width, pixel);
+        std::fill(pixel + width, pixel + kLineLanes, 0.0f);
+    }
     // The next strip comes while this one is summed.
-    if (column + step < count)
-        for (int i = plan.own.begin; i < plan.own.end; ++i) expect(at(i) + step, kStripWidth * sizeof(float));
-    padLine(plan, plan.own, step, line);
-    growTo(scratch.blurred, static_cast<std::size_t>((plan.end - plan.begin) * step));
-    float* blurred = scratch.blurred.data();
-    blurStripEdges(plan, line, step, blurred);
-    blurInside(plan, line, step, scratch, blurred);
-    for (int y = 0; y < plan.end - plan.begin; ++y, blurred += step)
-        copySamples(blurred, step, outAt(y) + column);
+    if (column + width < count)
+        for (int i = plan.own.begin; i < plan.own.end; ++i) expect(at(i) + width, kLineLanes * sizeof(float));
+    blurLine(plan, line, scratch, blurred);
+    for (int y = 0; y < plan.count(); ++y, blurred += kLineLanes)
+        copySamples(blurred, width, outAt(y) + column);
 }
 
 }  // namespace
-
-float* LineScratch::lineOf(const LinePlan& plan, int step) {
-    return alignedIn(line, static_cast<std::size_t>((plan.end - plan.begin + 2 * plan.reach) * step));
-}
 
 TapTable makeTapTable(float radius) {
     TapTable table;
@@ -262,31 +250,32 @@ TapTable makeTapTable(float radius) {
 }
 
 RowBlur makeRowBlur(float radius, int width, int begin, int end, int channels) {
-    RowBlur blur{planLines(makeTapTable(radius), width, begin, end), {}, channels};
-    for (const float fraction : blur.plan.edgeFractions)
-        blur.fractions.insert(blur.fractions.end(), static_cast<std::size_t>(channels), fraction);
-    return blur;
+    return {planLines(makeTapTable(radius), width, begin, end), channels};
 }
 
-void blurRow(const RowBlur& blur, const float* row, LineScratch& scratch, float* out) {
+void blurRows(const RowBlur& blur, const float* const* rows, int rowCount, LineScratch& scratch,
+              float* const* out) {
     const LinePlan& plan = blur.plan;
-    const int ownCount = (plan.own.end - plan.own.begin) * blur.channels;
-    if (areZeros(row + plan.firstOwn() * blur.channels, ownCount)) {
-        std::fill(out, out + (plan.end - plan.begin) * blur.channels, 0.0f);
+    const int ownPixels = plan.own.end - plan.own.begin, pixels = plan.count();
+    // Rows that are missing are stood for by the last one.
+    const float* from[kLineLanes];
+    bool isZero = true;
+    for (int k = 0; k < kLineLanes; ++k) {
+        from[k] = rows[std::min(k, rowCount - 1)] + plan.firstOwn() * blur.channels;
+        isZero = isZero && areZeros(from[k], ownPixels * blur.channels);
+    }
+    if (isZero) {
+        for (int k = 0; k < rowCount; ++k) std::fill(out[k], out[k] + pixels * blur.channels, 0.0f);
         return;
     }
-    const float* line = nullptr;
-    if (plan.isWhole()) {
-        line = row + plan.firstOwn() * blur.channels;
-    } else {
-        const float* from = row + plan.firstOwn() * blur.channels;
-        float* padded = scratch.lineOf(plan, blur.channels);
-        std::copy(from, from + ownCount, padded + plan.own.begin * blur.channels);
-        padLine(plan, plan.own, blur.channels, padded);
-        line = padded;
-    }
-    blurRowEdges(blur, line, out);
-    blurInside(plan, line, blur.channels, scratch, out);
+    const int lineLength = plan.length() * kLineLanes, outLength = pixels * kLineLanes;
+    const auto channels = static_cast<std::size_t>(blur.channels);
+    float* lines = alignedIn(scratch.line, channels * samplesOf(plan.length()));
+    float* blurred = alignedIn(scratch.blurred, channels * samplesOf(pixels));
+    rowsToLines(from, blur.channels, lines + plan.own.begin * kLineLanes, lineLength, ownPixels);
+    for (int c = 0; c < blur.channels; ++c)
+        blurLine(plan, lines + c * lineLength, scratch, blurred + c * outLength);
+    linesToRows(blurred, outLength, blur.channels, out, rowCount, pixels);
 }
 
 void blurAcrossRows(float radius, const std::vector<const float*>& rows, int begin, int end, int count,
@@ -323,14 +312,12 @@ AlongBlur makeAlongBlur(float radius, bool anamorphic, int width, int begin, int
     return blur;
 }
 
-void blurAlong(const AlongBlur& blur, const float* rows, int rowCount, std::size_t rowLength,
-               LineScratch& scratch, float* out, std::size_t outLength) {
+namespace {
+
+// Up to kBoxRows rows.
+void boxBlurAlong(const AlongBlur& blur, const float* rows, int rowCount, std::size_t rowLength,
+                  LineScratch& scratch, float* out, std::size_t outLength) {
     const auto width = static_cast<std::size_t>(blur.width);
-    if (blur.boxHalfWidth == 0) {
-        for (int k = 0; k < rowCount; ++k, rows += rowLength, out += outLength)
-            blurRow(blur.gaussian, rows, scratch, out);
-        return;
-    }
     const auto isZeroRow = [&](int k) {
         return areZeros(rows + static_cast<std::size_t>(k) * rowLength, blur.reads.end * 3);
     };
@@ -350,6 +337,25 @@ void blurAlong(const AlongBlur& blur, const float* rows, int rowCount, std::size
     boxBlurRows(again, blur.width, n, 0, blur.boxEnds[1], sums, boxed, boxedLength);
     boxBlurRows(again, blur.width, n, blur.wanted.begin, blur.wanted.end, sums, out,
                 static_cast<int>(outLength));
+}
+
+}  // namespace
+
+void blurAlong(const AlongBlur& blur, const float* rows, int rowCount, std::size_t rowLength,
+               LineScratch& scratch, float* out, std::size_t outLength) {
+    if (blur.boxHalfWidth > 0) {
+        for (int k = 0; k < rowCount;
+             k += kBoxRows, rows += kBoxRows * rowLength, out += kBoxRows * outLength)
+            boxBlurAlong(blur, rows, std::min(kBoxRows, rowCount - k), rowLength, scratch, out, outLength);
+        return;
+    }
+    const float* from[kLineLanes];
+    float* to[kLineLanes];
+    for (int k = 0; k < rowCount; ++k, rows += rowLength, out += outLength) {
+        from[k] = rows;
+        to[k] = out;
+    }
+    blurRows(blur.gaussian, from, rowCount, scratch, to);
 }
 
 Span gaussianReads(float radius, Span axis, Span wanted) {

@@ -44,8 +44,8 @@ struct TapTable {
 TapTable makeTapTable(float radius);
 
 /// How one pass runs along its axis. A line is what it works on: the pixels of the axis from `begin` -
-/// `reach` to `end` + `reach`, with the edge pixels repeated where there are none, each of `step` samples.
-/// That is a padded row of the image, or a strip of its columns, whose rows are the pixels then.
+/// `reach` to `end` + `reach`, with the edge pixels repeated where there are none, each of kLineLanes
+/// samples. Its samples stand for as many rows of the image, or columns, that are blurred side by side.
 struct LinePlan {
     TapTable table;
     int begin, end;              // the pixels that are blurred
@@ -57,8 +57,8 @@ struct LinePlan {
 
     Span own;  // the pixels of the axis that a line has, not repeated ones, as indices of the line's pixels
 
-    /// Whether no pixel of a line is a repeated one.
-    bool isWhole() const { return own.begin == 0 && own.end == end - begin + 2 * reach; }
+    int count() const { return end - begin; }                   // of pixels that are blurred
+    int length() const { return count() + 2 * reach; }          // of those of a line
     int firstOwn() const { return begin - reach + own.begin; }  // their first, as a pixel of the axis
     int edgeCount() const { return end - begin - (insideEnd - insideBegin); }
     const float* edgeFractionsOf(int tap, bool isPlus) const {
@@ -74,20 +74,19 @@ struct LinePlan {
 struct LineScratch {
     Samples line, lerped, blurred;
     Samples sums, boxed;
-
-    float* lineOf(const LinePlan& plan, int step);
 };
 
-/// The horizontal Gaussian of single rows, for passes that blur a row while it is in the cache: the columns
+/// The horizontal Gaussian of rows, for passes that blur rows while they are in the cache: the columns
 /// `begin` up to `end` of rows of `width` pixels of `channels` samples.
 struct RowBlur {
     LinePlan plan;
-    std::vector<float> fractions;  ///< of the edges, one for each sample
     int channels;
 };
 
 RowBlur makeRowBlur(float radius, int width, int begin, int end, int channels = 3);
-void blurRow(const RowBlur& blur, const float* row, LineScratch& scratch, float* out);
+/// `rowCount` rows, at most kLineLanes, each to a row of `out`. It takes as long for one as for all of them.
+void blurRows(const RowBlur& blur, const float* const* rows, int rowCount, LineScratch& scratch,
+              float* const* out);
 
 /// Rows `begin` up to `end` of the vertical Gaussian over rows of `count` samples at the addresses `rows`, to
 /// rows `outLength` samples apart. Rows beyond the reach of the wanted ones may be null.
@@ -104,7 +103,10 @@ struct AlongBlur {
     int boxEnds[2];  ///< up to where the first and the second box are needed
 };
 
-constexpr int kRowGroup = kBoxRows;  ///< rows that are best blurred together
+constexpr int kRowGroup = kLineLanes;  ///< most rows that are blurred together
+
+/// How many are best blurred together.
+constexpr int rowGroup(bool anamorphic) { return anamorphic ? kBoxRows : kRowGroup; }
 
 /// The columns `begin` up to `end` of rows of `width` pixels; with `anamorphic` the triple box.
 AlongBlur makeAlongBlur(float radius, bool anamorphic, int width, int begin, int end);

@@ -10,9 +10,10 @@ namespace veil {
 
 namespace {
 
-constexpr int kChunkRows = 4 * kRowGroup;  // rows near lights take longer than others
-constexpr int kMixColumns = 32;            // as many samples as six strips of the blur
-constexpr int kLitColumns = 32;            // lights are small, so narrow columns hold little beside them
+constexpr int kChunkRows = kRowGroup;  // rows near lights take longer than others
+constexpr int kLeastChunk = 8;         // of rows that are averaged
+constexpr int kMixColumns = 32;        // as many samples as six strips of the blur
+constexpr int kLitColumns = 32;        // lights are small, so narrow columns hold little beside them
 // Of the wide blur's columns; 24 megapixels take 9 MB.
 constexpr std::size_t kWideBytes = std::size_t{64} << 20;
 
@@ -27,6 +28,7 @@ struct GlowMaker::Route {
     Rect work, visible;
     RenderSettings settings;
     bool folded, boosts;
+    int group;  // of rows
     float narrowRadius, wideRadius;
     Rect bright;  // the pixels whose bright parts reach `visible`
 
@@ -36,6 +38,7 @@ struct GlowMaker::Route {
           settings(s),
           folded(isFolded(s)),
           boosts(s.highlightBoost > 0.0f),
+          group(rowGroup(s.anamorphic)),
           narrowRadius(workingRadius(s)),
           wideRadius(narrowRadius * s.wideScale) {
         const Span x = along(narrowRadius, visible).reads;
@@ -60,7 +63,9 @@ const FloatImage& GlowMaker::average(const Route& route, const SourceRows& sourc
         fold = [&](float* row, int count) {
             thresholdFogRow(row, route.settings.threshold, route.settings.fog, count);
         };
-    if (fitsBand(route.work, sizes)) return band.advance(route.work, source, sizes, fold, makeStep, pool);
+    if (fitsBand(route.work, sizes))
+        return band.advance(route.work, source, sizes, fold, std::max(route.group, kLeastChunk), makeStep,
+                            pool);
     const FloatImage& averaged = window.advance(route.work, source, sizes, fold, nullptr, pool);
     runChunks(pool, route.work.y0, route.work.y1, kChunkRows, [&] { return makeStep(averaged); }, {});
     return averaged;
@@ -160,8 +165,8 @@ void GlowMaker::endVisible(const Route& route, const PlaneSizes& sizes) {
 void GlowMaker::blurWide(const Route& route, std::size_t part, const FloatImage& averaged, Span rows,
                          LineScratch& scratch) {
     const int end = std::min(rows.end, wide[part].held().y1);
-    for (int y = std::max(rows.begin, wideBegin[part]); y < end; y += kRowGroup)
-        blurAlong(wideAlong[part], pixelAt(averaged, route.work.x0, y), std::min(kRowGroup, end - y),
+    for (int y = std::max(rows.begin, wideBegin[part]); y < end; y += route.group)
+        blurAlong(wideAlong[part], pixelAt(averaged, route.work.x0, y), std::min(route.group, end - y),
                   averaged.rowLength(), scratch, wide[part].row(y), wide[part].rowLength());
 }
 
@@ -189,8 +194,8 @@ void GlowMaker::blurNarrow(const Route& route, const AlongBlur& blur, const Floa
                            LineScratch& scratch, Samples& bright) {
     const auto length = static_cast<std::size_t>(route.work.width()) * 3;
     if (!route.folded) growTo(bright, length * kRowGroup);
-    for (int y = rows.begin; y < rows.end; y += kRowGroup) {
-        const int count = std::min(kRowGroup, rows.end - y);
+    for (int y = rows.begin; y < rows.end; y += route.group) {
+        const int count = std::min(route.group, rows.end - y);
         if (route.folded) {
             blurAlong(blur, pixelAt(averaged, route.work.x0, y), count, averaged.rowLength(), scratch,
                       narrow.row(y), narrow.rowLength());
@@ -248,8 +253,8 @@ GlowRows GlowMaker::make(const Rect& work, const Rect& visible, const SourceRows
         return
             [&, scratch = LineScratch(), blurRest = route.boosts ? WorkerPool::Job() : makeNarrow(averaged)](
                 int first, int end) mutable {
-                for (int y = first; y < end; y += kRowGroup) {
-                    const Span group{y, std::min(y + kRowGroup, end)};
+                for (int y = first; y < end; y += route.group) {
+                    const Span group{y, std::min(y + route.group, end)};
                     if (!route.folded) blurWide(route, kVisible, averaged, group, scratch);
                     if (blurRest) blurRest(group.begin, group.end);
                 }

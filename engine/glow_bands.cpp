@@ -63,9 +63,18 @@ GlowRows GlowBands::make(const Rect& work, const Rect& visible, const SourceRows
         const auto threshold = [&](float* row, int count) {
             thresholdFogRow(row, settings.threshold, settings.fog, count);
         };
-        const auto makeStep = [&] {
-            return [&, scratch = LineScratch()](int y, const float* row) mutable {
-                blurRow(blur, row, scratch, band.row(firstRow + y));
+        const auto makeStep = [&](const FloatImage& averaged) -> WorkerPool::Job {
+            return [&, scratch = LineScratch()](int first, int end) mutable {
+                for (int y = first; y < end; y += kRowGroup) {
+                    const float* from[kRowGroup];
+                    float* to[kRowGroup];
+                    const int count = std::min(kRowGroup, end - y);
+                    for (int k = 0; k < count; ++k) {
+                        from[k] = averaged.row(y + k);
+                        to[k] = band.row(firstRow + y + k);
+                    }
+                    blurRows(blur, from, count, scratch, to);
+                }
             };
         };
         window.advance({work.x0, firstRow, work.x1, work.y1}, source, sizes, threshold, makeStep, pool);

@@ -14,26 +14,22 @@ struct BilinearColumn {
     float fraction;
 };
 
-/// The reads of one pair of mirror taps: each of the two is the linear read between a row and what lies a
-/// step behind it.
+/// The reads of one pair of mirror taps: each of the two is the linear read between pixels of a line and the
+/// ones behind them.
 struct TapReads {
     const float *minus, *plus;
     float minusFraction, plusFraction;
     float weight;
 };
 
-/// The same where the linear reads are rows already.
+/// The same where the linear reads are lines already.
 struct TapPair {
     const float *minus, *plus;
     float weight;
 };
 
-/// The same with a fraction of its own for each sample. A fraction of -0 reads a step further on, by 0.
-struct EdgeReads {
-    const float *minus, *plus;
-    const float *minusFractions, *plusFractions;
-    float weight;
-};
+/// Samples of a pixel of a line: the Gaussian runs along as many rows, or columns, at once.
+constexpr int kLineLanes = 16;
 
 /// How the samples of a source or a result are stored: floats from 0 to 1; bytes of which 255 is white;
 /// 16-bit words, at any address, of which 32768 is white.
@@ -96,18 +92,24 @@ struct KernelTable {
 
     // Blurs.
 
-    /// All linear reads between a row and what lies `step` samples behind it, for each of the fractions: rows
-    /// of `count` samples, `outLength` apart.
-    void (*lerpLines)(const float* line, int step, const float* fractions, int lineCount, float* out,
-                      int outLength, int count);
+    /// All linear reads between the pixels of a line and the ones behind them, for each of the fractions:
+    /// lines of as many pixels, one behind the other.
+    void (*lerpLines)(const float* line, const float* fractions, int lineCount, float* out, int pixels);
     /// out = norm * (centre + the sum over the taps of weight * (minus read + plus read)), summed in their
-    /// order. `step` is the distance in samples of the two rows of a linear read.
-    void (*tapRow)(const float* centre, const TapReads* taps, int tapCount, int step, float norm, float* out,
-                   int count);
-    void (*pairRow)(const float* centre, const TapPair* taps, int tapCount, float norm, float* out,
-                    int count);
-    void (*edgeRow)(const float* centre, const EdgeReads* taps, int tapCount, int step, float norm,
-                    float* out, int count);
+    /// order, for `pixels` pixels of a line.
+    void (*tapLine)(const float* centre, const TapReads* taps, int tapCount, float norm, float* out,
+                    int pixels);
+    /// The same where the linear reads are lines. Pixels that lie `spacing` apart are summed together: where
+    /// taps share lines at that distance, most of what one of them reads is still in the cache from the
+    /// others.
+    void (*pairLine)(const float* centre, const TapPair* taps, int tapCount, int spacing, float norm,
+                     float* out, int pixels);
+    /// `pixels` pixels of `channels` samples of kLineLanes rows, to one line a channel, `lineLength` samples
+    /// apart.
+    void (*rowsToLines)(const float* const* rows, int channels, float* lines, int lineLength, int pixels);
+    /// The other way, to `rowCount` rows of the lines' first ones.
+    void (*linesToRows)(const float* lines, int lineLength, int channels, float* const* rows, int rowCount,
+                        int pixels);
     /// Means over 2 * halfWidth + 1 pixels by running sums: the columns `begin` up to `end` of rows of
     /// `pixels`, of which those up to end + halfWidth are read, to rows `outLength` samples apart; may work
     /// in place. `sums` holds kBoxRows * ((end + 2 * halfWidth + 1) * 3 + 1) samples.

@@ -28,21 +28,23 @@ inline void expandPlaneRow(const float* row, const BilinearColumn* columns, floa
 inline void lerpRows(const float* top, const float* bottom, float fraction, float* out, int count) {
     kernels().lerpRows(top, bottom, fraction, out, count);
 }
-inline void lerpLines(const float* line, int step, const float* fractions, int lineCount, float* out,
-                      int outLength, int count) {
-    kernels().lerpLines(line, step, fractions, lineCount, out, outLength, count);
+inline void lerpLines(const float* line, const float* fractions, int lineCount, float* out, int pixels) {
+    kernels().lerpLines(line, fractions, lineCount, out, pixels);
 }
-inline void tapRow(const float* centre, const TapReads* taps, int tapCount, int step, float norm, float* out,
-                   int count) {
-    kernels().tapRow(centre, taps, tapCount, step, norm, out, count);
+inline void tapLine(const float* centre, const TapReads* taps, int tapCount, float norm, float* out,
+                    int pixels) {
+    kernels().tapLine(centre, taps, tapCount, norm, out, pixels);
 }
-inline void pairRow(const float* centre, const TapPair* taps, int tapCount, float norm, float* out,
-                    int count) {
-    kernels().pairRow(centre, taps, tapCount, norm, out, count);
+inline void pairLine(const float* centre, const TapPair* taps, int tapCount, int spacing, float norm,
+                     float* out, int pixels) {
+    kernels().pairLine(centre, taps, tapCount, spacing, norm, out, pixels);
 }
-inline void edgeRow(const float* centre, const EdgeReads* taps, int tapCount, int step, float norm,
-                    float* out, int count) {
-    kernels().edgeRow(centre, taps, tapCount, step, norm, out, count);
+inline void rowsToLines(const float* const* rows, int channels, float* lines, int lineLength, int pixels) {
+    kernels().rowsToLines(rows, channels, lines, lineLength, pixels);
+}
+inline void linesToRows(const float* lines, int lineLength, int channels, float* const* rows, int rowCount,
+                        int pixels) {
+    kernels().linesToRows(lines, lineLength, channels, rows, rowCount, pixels);
 }
 inline void boxBlurRows(const BoxSource& source, int pixels, int halfWidth, int begin, int end, float* sums,
                         float* out, int outLength) {

@@ -70,6 +70,7 @@ struct Rows {
         return to(0);
     }
     int count() const { return pixels * 3; }
+    int linePixels() const { return pixels / 8; }
     float threshold() const { return pixels % 4 == 0 ? 0.0f : 0.6f; }
 };
 
@@ -128,12 +129,23 @@ std::vector<Tap> tapsOf(const Rows& r) {
             tap.minusFraction = static_cast<float>(i % 5) * 0.25f;
             tap.plusFraction = static_cast<float>(i % 3) * 0.3f;
         }
-        if constexpr (requires { tap.plusFractions; }) {
-            tap.minusFractions = r.at(1);
-            tap.plusFractions = r.at(2);
-        }
     }
     return taps;
+}
+
+void callRowsToLines(const KernelTable& k, Rows& r) {
+    const float* rows[kLineLanes];
+    for (int i = 0; i < kLineLanes; ++i) rows[i] = r.at(i % 7) + i;
+    const int pixels = r.pixels / 4;
+    k.rowsToLines(rows, r.pixels % 2 > 0 ? 3 : 1, r.to(0), pixels * kLineLanes, pixels);
+}
+
+void callLinesToRows(const KernelTable& k, Rows& r) {
+    float* rows[kLineLanes];
+    const int pixels = r.pixels / 11;
+    for (int i = 0; i < kLineLanes; ++i) rows[i] = r.to(0) + i * pixels * 3;
+    k.linesToRows(r.at(0), pixels * kLineLanes, r.pixels % 2 > 0 ? 3 : 1, rows, 1 + r.pixels % kLineLanes,
+                  pixels);
 }
 
 #define CALL(...) [](const KernelTable& k, Rows& r) { __VA_ARGS__; }
@@ -157,11 +169,14 @@ const Kernel kKernels[] = {
     {"lerpRows", CALL(k.lerpRows(r.at(0), r.at(1), 0.3f, r.to(0), r.count())), 3},
     {"lerpLines",
      CALL(const float fractions[] = {0.3f, 0.625f};
-          k.lerpLines(r.at(0), 3, fractions, 2, r.to(0), r.count(), r.count())),
-     6},
-    {"tapRow", CALL(k.tapRow(r.at(0), tapsOf<TapReads>(r).data(), 9, 3, 0.2f, r.to(0), r.count())), 3},
-    {"pairRow", CALL(k.pairRow(r.at(0), tapsOf<TapPair>(r).data(), 9, 0.2f, r.to(0), r.count())), 3},
-    {"edgeRow", CALL(k.edgeRow(r.at(0), tapsOf<EdgeReads>(r).data(), 9, 3, 0.2f, r.to(0), r.count())), 3},
+          k.lerpLines(r.at(0), fractions, 2, r.to(0), r.linePixels())),
+     4},
+    {"tapLine", CALL(k.tapLine(r.at(0), tapsOf<TapReads>(r).data(), 9, 0.2f, r.to(0), r.linePixels())), 2},
+    {"pairLine",
+     CALL(k.pairLine(r.at(0), tapsOf<TapPair>(r).data(), 9, 1 + r.pixels % 4, 0.2f, r.to(0), r.linePixels())),
+     2},
+    {"rowsToLines", callRowsToLines, 12},
+    {"linesToRows", callLinesToRows, 5},
     {"boxBlurRows",
      CALL(if (r.pixels > 0)
               k.boxBlurRows({r.at(0), r.pixels < 20 ? kBoxRows : 1, r.count()}, r.pixels, 5, r.pixels / 5,
