@@ -58,7 +58,7 @@ void measure(benchmark::State& state, const KernelTable& kernels, Call call) {
 void compose(const KernelTable& k, int kind, Rows& r, const void* source, void* out) {
     constexpr ComposeConstants kComposing{1.0f, 0.7f, 0.2f, 1.0f, 0.9f, 0.8f, false};
     const GlowRow top{r.row(0), r.row(1), r.row(2), true}, bottom{r.row(3), r.row(4), r.row(5), true};
-    k.composeRow[kind](top, bottom, 0.3f, source, kComposing, out, kPixels);
+    k.composeRow[kind](top, bottom, 0.3f, source, kComposing, out, kPixels, {});
 }
 
 const struct {

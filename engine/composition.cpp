@@ -73,8 +73,11 @@ class PictureRows {
         if (count < output.width()) widened.resize(static_cast<std::size_t>(output.width()) * pixelBytes);
     }
 
+    // The row as the source has it.
+    const void* held(int y) const { return source.at(first, heldRow(source, y), count); }
+
     const void* row(int y) {
-        const void* row = source.at(first, heldRow(source, y), count);
+        const void* row = held(y);
         if (widened.empty()) return row;
         for (int x = 0; x < output.width(); ++x) {
             const auto held = static_cast<std::size_t>(clampIndex(output.x0 + x - first, count));
@@ -124,12 +127,16 @@ void composeOutput(const SourceRows& source, const GlowRows& glow, const Rect& o
     const auto makeJob = [&]() -> WorkerPool::Job {
         return [&, enlarged = EnlargedRows(glow, columns), picture = PictureRows(source, outputRect)](
                    int first, int end) mutable {
+            void* to = output.at(first);
             for (int y = first; y < end; ++y) {
                 const LinearRead read = readAt(y);
                 const GlowRow top = enlarged.row(read.low, read.high);
                 const GlowRow bottom = enlarged.row(read.high, read.low);
+                RowAhead ahead;
+                if (y + 1 < end) ahead = {reads ? picture.held(y + 1) : nullptr, output.at(y + 1)};
                 composeRow(output.kind, top, bottom, read.fraction, reads ? picture.row(y) : nullptr,
-                           constants, output.at(y), width);
+                           constants, to, width, ahead);
+                to = ahead.out;
             }
         };
     };

@@ -80,11 +80,17 @@ BoxRows::BoxRows(const BoxPlan& boxPlan, const SourceRows& sourceRows)
 void BoxRows::average(int i, float* out) {
     const int centre = plan.rows[static_cast<std::size_t>(i)];
     const int width = static_cast<int>(plan.columns.size());
+    const auto sourceRow = [&](int y) {
+        return source.at(plan.sourceRect.x0 + plan.firstColumn,
+                         plan.sourceRect.y0 + clampIndex(y, plan.sourceRect.height()), plan.columnCount);
+    };
     FiveRows rows;
-    for (int k = 0; k < kBoxHeight; ++k) {
-        const int row = clampIndex(centre - kBoxHalf + k, plan.sourceRect.height());
-        rows.row[k] =
-            source.at(plan.sourceRect.x0 + plan.firstColumn, plan.sourceRect.y0 + row, plan.columnCount);
+    for (int k = 0; k < kBoxHeight; ++k) rows.row[k] = sourceRow(centre - kBoxHalf + k);
+    // Of the next box's rows those below this one.
+    if (i + 1 < static_cast<int>(plan.rows.size())) {
+        const int next = plan.rows[static_cast<std::size_t>(i + 1)] + kBoxHalf;
+        for (int k = 0; k < kBoxHeight && next - k > centre + kBoxHalf; ++k)
+            rows.ahead[k] = sourceRow(next - k);
     }
     sumFiveRows(source.kind, rows, sums.data(), plan.columnCount * 3);
     const int* columns = plan.columns.data();

@@ -11,11 +11,6 @@
 
 namespace veil {
 
-/// Bytes of one sample.
-constexpr std::size_t sampleBytes(SampleKind kind) {
-    return kind == SampleKind::bytes ? 1 : kind == SampleKind::words ? 2 : sizeof(float);
-}
-
 /// Pixels of the image plane to read.
 struct SourceRows {
     /// The address of `count` interleaved RGB pixels of row `y` from column `x` on, all inside `rect`; they

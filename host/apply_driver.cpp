@@ -93,20 +93,13 @@ bool isHostsThread(std::thread::id hostsThread) { return std::this_thread::get_i
 
 // Rows of `buffer` for the host's own thread alone.
 SourceRows rowsFrom(const HostBuffer& buffer, SampleKind kind) {
-    const auto at = [&](int x, int y, int count) -> const void* {
-        expectPixels<Access::read>(buffer, x, y + kRowsAhead, count);
-        return buffer.at(x, y);
-    };
-    return {buffer.rect, kind, at};
+    return {buffer.rect, kind, [&](int x, int y, int) -> const void* { return buffer.at(x, y); }};
 }
 
 // The same for the pool's threads too, which see `copies` of the rows that were brought.
 SourceRows rowsFrom(const HostBuffer& buffer, HostPixels& copies, SampleKind kind) {
-    const auto at = [&, own = rowsFrom(buffer, kind).at, host = std::this_thread::get_id()](
-                        int x, int y, int count) -> const void* {
-        if (isHostsThread(host)) return own(x, y, count);
-        expectPixels<Access::read>(copies, x, y + kRowsAhead, count);
-        return copies.at(x, y);
+    const auto at = [&, host = std::this_thread::get_id()](int x, int y, int) -> const void* {
+        return isHostsThread(host) ? buffer.at(x, y) : copies.at(x, y);
     };
     const auto bring = [&, next = copies.rect.y0](int first, int end) mutable {
         // A row that came before may be read at this moment.
@@ -118,12 +111,7 @@ SourceRows rowsFrom(const HostBuffer& buffer, HostPixels& copies, SampleKind kin
 
 OutputRows rowsTo(const HostBuffer& buffer, HostPixels& copies, SampleKind kind) {
     const auto at = [&, x = buffer.rect.x0, host = std::this_thread::get_id()](int y) -> void* {
-        if (!isHostsThread(host)) {
-            expectPixels<Access::write>(copies, x, y + kRowsAhead, copies.rect.width());
-            return copies.at(x, y);
-        }
-        expectPixels<Access::write>(buffer, x, y + kRowsAhead, buffer.rect.width());
-        return buffer.at(x, y);
+        return isHostsThread(host) ? buffer.at(x, y) : copies.at(x, y);
     };
     const auto collect = [&](int first, int end) { copyToHost(copies, first, end, buffer); };
     return {kind, at, collect};

@@ -56,33 +56,51 @@ static inline bool areUsual(const ComposeConstants& c) {
            isUsual(c.strength) && c.shadowProtect >= 0.0f && c.shadowProtect <= 1.0f;
 }
 
-template <class Kind>
-VEIL_ALWAYS_INLINE static inline void composeUnit(const Pixels& blurred, const void* source,
-                                                  const ComposeConstants& c, void* out, int i, int n) {
+// What a look asks for, as constants: branches between the steps would keep them from running side by side.
+template <bool mixesGrey, bool protectsShadows, bool isGlowOnly>
+struct Steps {
+    static constexpr bool kMixesGrey = mixesGrey, kProtects = protectsShadows, kGlowOnly = isGlowOnly;
+};
+
+// Whole vectors side by side, as each step of one waits for the step before.
+template <class Kind, class Steps, int vectors>
+VEIL_ALWAYS_INLINE static inline void composeUnit(const Pixels (&blurred)[vectors], const void* source,
+                                                  const ComposeConstants& c, void* out, int i) {
     constexpr float kWhite = 1.0f / Kind::kUnit;
     const Floats one = all(1.0f), unit = all(Kind::kUnit), white = all(kWhite);
     const float strength = c.strength * Kind::kUnit;
-    // A saturation of 1 changes no bit of what a blur makes of a picture, for the grey is 0 and l / l is 1.
-    Pixels glow = c.saturation == 1.0f ? blurred : saturated(blurred, c.saturation);
-    // In units of the source's white, so that the product of both shades needs no factor.
-    glow = {smaller(unit, glow.r * c.tintR * strength), smaller(unit, glow.g * c.tintG * strength),
-            smaller(unit, glow.b * c.tintB * strength)};
-    const bool protects = c.shadowProtect > 0.0f;
-    Pixels picture;
-    if (protects || !c.glowOnly) picture = Kind::pixels(source, i, n);
-    if (protects) {
-        const Floats l = (0.2126f * Kind::kUnit) * picture.r + (0.7152f * Kind::kUnit) * picture.g +
-                         (0.0722f * Kind::kUnit) * picture.b;
-        const Floats t = smaller(one, Kind::notNegative(l / 0.35f));
-        const Floats kept = 1.0f - (1.0f - smooth(t)) * c.shadowProtect;
-        glow = {glow.r * kept, glow.g * kept, glow.b * kept};
+    Pixels glow[vectors], picture[vectors];
+    for (int v = 0; v < vectors; ++v) {
+        if (Steps::kProtects || !Steps::kGlowOnly) picture[v] = Kind::pixels(source, i + v * kLanes);
+        glow[v] = Steps::kMixesGrey ? saturated(blurred[v], c.saturation) : blurred[v];
     }
-    if (c.glowOnly)
-        glow = {glow.r * kWhite, glow.g * kWhite, glow.b * kWhite};
-    else
-        glow = {1.0f - (unit - glow.r) * (white - picture.r), 1.0f - (unit - glow.g) * (white - picture.g),
-                1.0f - (unit - glow.b) * (white - picture.b)};
-    Kind::storePixels(out, i, glow, n);
+    // In units of the source's white, so that the product of both shades needs no factor.
+    for (Pixels& g : glow)
+        g = {smaller(unit, g.r * c.tintR * strength), smaller(unit, g.g * c.tintG * strength),
+             smaller(unit, g.b * c.tintB * strength)};
+    if (Steps::kProtects) {
+        Floats t[vectors];
+        for (int v = 0; v < vectors; ++v) {
+            const Pixels& p = picture[v];
+            const Floats l =
+                (0.2126f * Kind::kUnit) * p.r + (0.7152f * Kind::kUnit) * p.g + (0.0722f * Kind::kUnit) * p.b;
+            t[v] = smaller(one, Kind::notNegative(l / 0.35f));
+        }
+        for (int v = 0; v < vectors; ++v) {
+            const Floats kept = 1.0f - (1.0f - smooth(t[v])) * c.shadowProtect;
+            glow[v] = {glow[v].r * kept, glow[v].g * kept, glow[v].b * kept};
+        }
+    }
+    for (int v = 0; v < vectors; ++v) {
+        Pixels& g = glow[v];
+        const Pixels& p = picture[v];
+        if (Steps::kGlowOnly)
+            g = {g.r * kWhite, g.g * kWhite, g.b * kWhite};
+        else
+            g = {1.0f - (unit - g.r) * (white - p.r), 1.0f - (unit - g.g) * (white - p.g),
+                 1.0f - (unit - g.b) * (white - p.b)};
+    }
+    for (int v = 0; v < vectors; ++v) Kind::storePixels(out, i + v * kLanes, glow[v]);
 }
 
 static bool areBounded(const float* samples, int count) {
@@ -91,22 +109,72 @@ static bool areBounded(const float* samples, int count) {
     return are;
 }
 
+// One row: the glow as the lerp of two, over a source.
+struct Composing {
+    GlowRow top, bottom;
+    float fraction;
+    const void* source;
+    ComposeConstants constants;
+    void* out;
+    int pixels;
+    RowAhead ahead;
+
+    template <int vectors>
+    VEIL_ALWAYS_INLINE void glowAt(int i, int n, Pixels (&glow)[vectors]) const {
+        for (int v = 0; v < vectors; ++v, i += kLanes)
+            glow[v] = {lerp(load(top.r + i, n), load(bottom.r + i, n), fraction),
+                       lerp(load(top.g + i, n), load(bottom.g + i, n), fraction),
+                       lerp(load(top.b + i, n), load(bottom.b + i, n), fraction)};
+    }
+};
+
+// As many pixels as groups of vectors have.
+template <class Kind, class Steps>
+static int composeUnits(const Composing& composing) {
+    const Composing row = composing;
+    constexpr int kVectors = 4, kGroup = kVectors * kLanes;
+    constexpr int kPixelBytes = 3 * sampleBytes(Kind::kKind), kGroupBytes = kGroup * kPixelBytes;
+    int i = 0;
+    for (; i + kGroup <= row.pixels; i += kGroup) {
+        fetchPart<false, kGroupBytes>(row.ahead.source, i * kPixelBytes);
+        fetchPart<true, kGroupBytes>(row.ahead.out, i * kPixelBytes);
+        Pixels glow[kVectors];
+        row.glowAt(i, kLanes, glow);
+        composeUnit<Kind, Steps>(glow, row.source, row.constants, row.out, i);
+    }
+    return i;
+}
+
+// A saturation of 1 changes no bit of what a blur makes of a picture, for the grey is 0 and l / l is 1.
+template <class Kind, bool protectsShadows, bool isGlowOnly>
+VEIL_ALWAYS_INLINE static inline int composeUnits(const Composing& row) {
+    return row.constants.saturation == 1.0f
+               ? composeUnits<Kind, Steps<false, protectsShadows, isGlowOnly>>(row)
+               : composeUnits<Kind, Steps<true, protectsShadows, isGlowOnly>>(row);
+}
+
 template <class Kind>
 static void composeRow(const GlowRow& top, const GlowRow& bottom, float fraction, const void* source,
-                       const ComposeConstants& constants, void* out, int pixels) {
+                       const ComposeConstants& constants, void* out, int pixels, const RowAhead& ahead) {
     const ComposeConstants c = constants;
-    const GlowRow upper = top, lower = bottom;
-    const bool isUnit = top.isBounded && bottom.isBounded && areUsual(c);
-    forLanes(pixels, [&](int i, int n) VEIL_ALWAYS_INLINE {
-        const auto glowAt = [&](const float* high, const float* low) VEIL_ALWAYS_INLINE {
-            return lerp(load(high + i, n), load(low + i, n), fraction);
-        };
-        const Pixels glow{glowAt(upper.r, lower.r), glowAt(upper.g, lower.g), glowAt(upper.b, lower.b)};
-        if (isUnit)
-            composeUnit<Kind>(glow, source, c, out, i, n);
+    // What is in the cache costs nothing to fetch.
+    const Composing row{
+        top, bottom, fraction, source,
+        c,   out,    pixels,   {ahead.source ? ahead.source : out, ahead.out ? ahead.out : out}};
+    const bool protects = c.shadowProtect > 0.0f;
+    int i = 0;
+    if (top.isBounded && bottom.isBounded && areUsual(c)) {
+        if (c.glowOnly)
+            i = protects ? composeUnits<Kind, true, true>(row) : composeUnits<Kind, false, true>(row);
         else
-            composeAny<Kind>(glow, source, c, out, i, n);
-    });
+            i = protects ? composeUnits<Kind, true, false>(row) : composeUnits<Kind, false, false>(row);
+    }
+    for (; i < pixels; i += kLanes) {
+        const int n = pixels - i < kLanes ? pixels - i : kLanes;
+        Pixels glow[1];
+        row.glowAt(i, n, glow);
+        composeAny<Kind>(glow[0], source, c, out, i, n);
+    }
 }
 
 }  // namespace veil

@@ -5,6 +5,8 @@
 // unless a kernel says otherwise its output does not overlap its inputs. `pixels` counts RGB triples (or
 // samples of a plane), `count` single samples. All tables give the same bits, a NaN's sign and payload aside.
 
+#include <cstddef>
+
 namespace veil {
 
 /// One column of a bilinear read: the sample indices of the two pixels' first channel, and the right one's
@@ -36,11 +38,16 @@ constexpr int kLineLanes = 16;
 enum class SampleKind { floats, bytes, words };
 constexpr int kSampleKinds = 3;
 
+constexpr std::size_t sampleBytes(SampleKind kind) {
+    return kind == SampleKind::bytes ? 1 : kind == SampleKind::words ? 2 : sizeof(float);
+}
+
 constexpr int kBoxHeight = 5;
 
 /// Rows of one kind, from the top.
 struct FiveRows {
     const void* row[kBoxHeight];
+    const void* ahead[kBoxHeight] = {};  ///< rows that come next, which are fetched meanwhile; null for none
 };
 
 constexpr int kBoxRows = 4;  // that a box blur sums side by side
@@ -69,6 +76,13 @@ struct ComposeConstants {
 struct GlowRow {
     const float *r, *g, *b;
     bool isBounded = false;
+};
+
+/// Rows of a host's picture that a kernel fetches while it works on those before them, since the processor
+/// does not see by itself where the next row begins; null for none.
+struct RowAhead {
+    const void* source = nullptr;
+    void* out = nullptr;
 };
 
 struct KernelTable {
@@ -146,7 +160,7 @@ struct KernelTable {
     /// rounded to nearest; NaN becomes 0.
     void (*composeRow[kSampleKinds])(const GlowRow& top, const GlowRow& bottom, float fraction,
                                      const void* source, const ComposeConstants& constants, void* out,
-                                     int pixels);
+                                     int pixels, const RowAhead& ahead);
 
     // Samples of a host.
 

@@ -2,23 +2,34 @@
 
 namespace veil {
 
+// The sum of five rows by `sumAt`, which takes an index and the lanes that are wanted.
+template <SampleKind kind, class SumAt>
+VEIL_ALWAYS_INLINE static inline void sumRows(const FiveRows& rows, float* out, int count, SumAt sumAt) {
+    constexpr int kBytes = sampleBytes(kind);
+    FiveRows in = rows;
+    for (int k = 0; k < kBoxHeight; ++k)
+        if (!in.ahead[k]) in.ahead[k] = in.row[k];  // which costs nothing
+    forLanes(count, [&](int i, int n) VEIL_ALWAYS_INLINE {
+        for (const void* row : in.ahead) fetchPart<false, kLanes * kBytes>(row, i * kBytes);
+        store(out + i, sumAt(in, i, n), n);
+    });
+}
+
 template <class Kind>
 static void sumFiveRows(const FiveRows& rows, float* out, int count) {
-    const FiveRows in = rows;
-    forLanes(count, [&](int i, int n) VEIL_ALWAYS_INLINE {
-        Floats sum = Kind::load(in.row[0], i, n);
-        for (int k = 1; k < kBoxHeight; ++k) sum += Kind::load(in.row[k], i, n);
-        store(out + i, sum, n);
+    sumRows<Kind::kKind>(rows, out, count, [](const FiveRows& in, int i, int n) VEIL_ALWAYS_INLINE {
+        Floats sum = Kind::loadUnits(in.row[0], i, n);
+        for (int k = 1; k < kBoxHeight; ++k) sum += Kind::loadUnits(in.row[k], i, n);
+        return sum * Kind::kUnit;
     });
 }
 
 // Sums of words divided by a power of two are floats without a rounding, so they are summed as integers.
 static void sumFiveWordRows(const FiveRows& rows, float* out, int count) {
-    const FiveRows in = rows;
-    forLanes(count, [&](int i, int n) VEIL_ALWAYS_INLINE {
+    sumRows<SampleKind::words>(rows, out, count, [](const FiveRows& in, int i, int n) VEIL_ALWAYS_INLINE {
         Ints sum = WordSamples::loadInts(in.row[0], i, n);
         for (int k = 1; k < kBoxHeight; ++k) sum += WordSamples::loadInts(in.row[k], i, n);
-        store(out + i, __builtin_convertvector(sum, Floats) * WordSamples::kUnit, n);
+        return __builtin_convertvector(sum, Floats) * WordSamples::kUnit;
     });
 }
 

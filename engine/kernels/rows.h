@@ -73,8 +73,10 @@ inline void boostRow(const BoostRows& rows, float highlightBoost, float* bright,
 }
 inline bool areBounded(const float* samples, int count) { return kernels().areBounded(samples, count); }
 inline void composeRow(SampleKind kind, const GlowRow& top, const GlowRow& bottom, float fraction,
-                       const void* source, const ComposeConstants& constants, void* out, int pixels) {
-    kernels().composeRow[static_cast<int>(kind)](top, bottom, fraction, source, constants, out, pixels);
+                       const void* source, const ComposeConstants& constants, void* out, int pixels,
+                       const RowAhead& ahead) {
+    kernels().composeRow[static_cast<int>(kind)](top, bottom, fraction, source, constants, out, pixels,
+                                                 ahead);
 }
 inline void bytesToFloats(const unsigned char* in, float* out, int count) {
     kernels().bytesToFloats(in, out, count);

@@ -7,6 +7,17 @@
 
 namespace veil {
 
+/// Fetches `bytes` of a row from `first` on, where all parts of the row are fetched in turn: lines of the
+/// cache that lie across parts come with one of them. What is read comes as far as the second level, which
+/// waits for more lines at once than the first.
+template <bool isWritten, int bytes>
+VEIL_ALWAYS_INLINE static inline void fetchPart(const void* row, int first) {
+    constexpr int kLine = 64;
+    if (bytes < kLine / 2 && first % kLine >= bytes) return;
+    for (int i = 0; i < bytes; i += kLine)
+        __builtin_prefetch(static_cast<const char*>(row) + first + i, isWritten ? 1 : 0, isWritten ? 3 : 2);
+}
+
 // 1 / 255 as a part of 16 bits, whose product with a byte is exact, and the rest: the sum of the two products
 // is in / 255.0f for every byte, without the division.
 constexpr float kByteHigh = 0x1.0101p-8f, kByteLow = 0x1.010102p-32f;
@@ -136,26 +147,30 @@ VEIL_ALWAYS_INLINE static inline void joinTo(const Pixels& p, int i, int lanes, 
     put(i * 3 + 2 * kLanes, v2, lanesFrom(samples, 2 * kLanes));
 }
 
-// The kinds. `load` gives samples from `i` on, and `store` takes anything. `pixels` gives pixels from `i` on
-// in a unit of the kind's own, a power of two, so that nothing is rounded: white is 1 / kUnit. `storePixels`
-// takes what a glow of 0 to 1 makes of such pixels, limits it to 0 to 1 and stores it. `notNegative` limits
-// their luma.
+// The kinds. `load` gives samples from `i` on, and `store` takes anything. `loadUnits` gives samples,
+// `pixels` a vector of pixels, in a unit of the kind's own, a power of two, so that nothing is rounded: white
+// is 1 / kUnit. `storePixels` takes what a glow of 0 to 1 makes of such pixels, limits it to 0 to 1 and
+// stores it. `notNegative` limits their luma.
 
 struct FloatSamples {
+    static constexpr SampleKind kKind = SampleKind::floats;
     static constexpr float kUnit = 1.0f;
 
     VEIL_ALWAYS_INLINE static Floats load(const void* row, int i, int lanes) {
         return veil::load(static_cast<const float*>(row) + i, lanes);
     }
+    VEIL_ALWAYS_INLINE static Floats loadUnits(const void* row, int i, int lanes) {
+        return load(row, i, lanes);
+    }
     VEIL_ALWAYS_INLINE static void store(void* row, int i, Floats v, int lanes) {
         veil::store(static_cast<float*>(row) + i, v, lanes);
     }
-    VEIL_ALWAYS_INLINE static Pixels pixels(const void* row, int i, int lanes) {
-        return loadPixels(static_cast<const float*>(row) + i * 3, lanes);
+    VEIL_ALWAYS_INLINE static Pixels pixels(const void* row, int i) {
+        return loadPixels(static_cast<const float*>(row) + i * 3, kLanes);
     }
-    VEIL_ALWAYS_INLINE static void storePixels(void* row, int i, const Pixels& p, int lanes) {
+    VEIL_ALWAYS_INLINE static void storePixels(void* row, int i, const Pixels& p) {
         veil::storePixels(static_cast<float*>(row) + i * 3, {saturate(p.r), saturate(p.g), saturate(p.b)},
-                          lanes);
+                          kLanes);
     }
     VEIL_ALWAYS_INLINE static Floats notNegative(Floats v) { return larger(all(0.0f), v); }
 };
@@ -166,12 +181,16 @@ struct FloatSamples {
 // 24 bits of a float begins with the byte's own first bit, which is set, and goes on for ever: so v / 255 is
 // always rounded up, and one conversion does what two products and a sum do elsewhere.
 struct ByteSamples {
+    static constexpr SampleKind kKind = SampleKind::bytes;
     static constexpr float kUnit = 0x1p-32f;
 
     VEIL_ALWAYS_INLINE static Floats fromRepeated(__m512i bytes) {
         return _mm512_cvt_roundepu32_ps(bytes, _MM_FROUND_TO_POS_INF | _MM_FROUND_NO_EXC);
     }
     VEIL_ALWAYS_INLINE static Floats load(const void* row, int i, int lanes) {
+        return loadUnits(row, i, lanes) * kUnit;
+    }
+    VEIL_ALWAYS_INLINE static Floats loadUnits(const void* row, int i, int lanes) {
         const unsigned char* from = static_cast<const unsigned char*>(row) + i;
         const auto mask = static_cast<__mmask16>(lanes >= kLanes ? 0xFFFF : (1u << lanes) - 1);
         const __m512i all =
@@ -180,19 +199,14 @@ struct ByteSamples {
         const __m512i order = _mm512_set_epi32(0x0F0F0F0F, 0x0E0E0E0E, 0x0D0D0D0D, 0x0C0C0C0C, 0x0B0B0B0B,
                                                0x0A0A0A0A, 0x09090909, 0x08080808, 0x07070707, 0x06060606,
                                                0x05050505, 0x04040404, 0x03030303, 0x02020202, 0x01010101, 0);
-        return fromRepeated(_mm512_shuffle_epi8(all, order)) * kUnit;
+        return fromRepeated(_mm512_shuffle_epi8(all, order));
     }
     VEIL_ALWAYS_INLINE static void store(void* row, int i, Floats v, int lanes) {
         storeIntegers<1>(row, i, __builtin_convertvector(storable(v) * 255.0f + 0.5f, Ints), lanes,
                          narrowToBytes);
     }
-    VEIL_ALWAYS_INLINE static Pixels pixels(const void* row, int i, int lanes) {
+    VEIL_ALWAYS_INLINE static Pixels pixels(const void* row, int i) {
         const unsigned char* from = static_cast<const unsigned char*>(row) + i * 3;
-        unsigned char copy[kLanes * 3] = {};
-        if (lanes < kLanes) {
-            for (int k = 0; k < lanes * 3; ++k) copy[k] = from[k];
-            from = copy;
-        }
         const auto four = [from](int at) VEIL_ALWAYS_INLINE {
             return _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + at));
         };
@@ -211,7 +225,7 @@ struct ByteSamples {
         };
         return {channel(0), channel(1), channel(2)};
     }
-    VEIL_ALWAYS_INLINE static void storePixels(void* row, int i, const Pixels& p, int lanes) {
+    VEIL_ALWAYS_INLINE static void storePixels(void* row, int i, const Pixels& p) {
         const auto rounded = [](Floats v) VEIL_ALWAYS_INLINE {
             return reinterpret_cast<__m512i>(__builtin_convertvector(v * 255.0f + 0.5f, Ints));
         };
@@ -224,12 +238,8 @@ struct ByteSamples {
         const __m512i quarters = _mm512_set_epi32(15, 11, 7, 3, 14, 13, 12, 10, 9, 8, 6, 5, 4, 2, 1, 0);
         const __m512i v = _mm512_permutexvar_epi32(quarters, _mm512_shuffle_epi8(joined, within));
         unsigned char* to = static_cast<unsigned char*>(row) + i * 3;
-        unsigned char copy[kLanes * 3];
-        unsigned char* const whole = lanes < kLanes ? copy : to;
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(whole), _mm512_castsi512_si256(v));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(whole + 32), _mm512_extracti32x4_epi32(v, 2));
-        if (lanes < kLanes)
-            for (int k = 0; k < lanes * 3; ++k) to[k] = copy[k];
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), _mm512_castsi512_si256(v));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(to + 32), _mm512_extracti32x4_epi32(v, 2));
     }
     VEIL_ALWAYS_INLINE static Floats notNegative(Floats v) { return v; }
 };
@@ -237,11 +247,15 @@ struct ByteSamples {
 #else
 
 struct ByteSamples {
+    static constexpr SampleKind kKind = SampleKind::bytes;
     static constexpr float kUnit = 1.0f;
 
     VEIL_ALWAYS_INLINE static Floats load(const void* row, int i, int lanes) {
         const Floats v = __builtin_convertvector(loadIntegers<1>(row, i, lanes, widenBytes), Floats);
         return v * kByteHigh + v * kByteLow;
+    }
+    VEIL_ALWAYS_INLINE static Floats loadUnits(const void* row, int i, int lanes) {
+        return load(row, i, lanes);
     }
     VEIL_ALWAYS_INLINE static void storeUnit(void* row, int i, Floats v, int lanes) {
         storeIntegers<1>(row, i, __builtin_convertvector(v * 255.0f + 0.5f, Ints), lanes, narrowToBytes);
@@ -249,11 +263,11 @@ struct ByteSamples {
     VEIL_ALWAYS_INLINE static void store(void* row, int i, Floats v, int lanes) {
         storeUnit(row, i, storable(v), lanes);
     }
-    VEIL_ALWAYS_INLINE static Pixels pixels(const void* row, int i, int lanes) {
-        return splitOf<ByteSamples>(row, i, lanes);
+    VEIL_ALWAYS_INLINE static Pixels pixels(const void* row, int i) {
+        return splitOf<ByteSamples>(row, i, kLanes);
     }
-    VEIL_ALWAYS_INLINE static void storePixels(void* row, int i, const Pixels& p, int lanes) {
-        joinTo(p, i, lanes, [row](int at, Floats v, int n) VEIL_ALWAYS_INLINE { storeUnit(row, at, v, n); });
+    VEIL_ALWAYS_INLINE static void storePixels(void* row, int i, const Pixels& p) {
+        joinTo(p, i, kLanes, [row](int at, Floats v, int n) VEIL_ALWAYS_INLINE { storeUnit(row, at, v, n); });
     }
     VEIL_ALWAYS_INLINE static Floats notNegative(Floats v) { return v; }
 };
@@ -261,6 +275,7 @@ struct ByteSamples {
 #endif
 
 struct WordSamples {
+    static constexpr SampleKind kKind = SampleKind::words;
     static constexpr float kUnit = 0x1p-15f;
 
     struct Whole {  // the words as they are
@@ -278,12 +293,10 @@ struct WordSamples {
         storeIntegers<2>(row, i, __builtin_convertvector(storable(v) * 32768.0f + 0.5f, Ints), lanes,
                          narrowToWords);
     }
-    VEIL_ALWAYS_INLINE static Pixels pixels(const void* row, int i, int lanes) {
-        return splitOf<Whole>(row, i, lanes);
-    }
+    VEIL_ALWAYS_INLINE static Pixels pixels(const void* row, int i) { return splitOf<Whole>(row, i, kLanes); }
     // A host's words may be above white.
-    VEIL_ALWAYS_INLINE static void storePixels(void* row, int i, const Pixels& p, int lanes) {
-        joinTo(p, i, lanes, [row](int at, Floats v, int n) VEIL_ALWAYS_INLINE { store(row, at, v, n); });
+    VEIL_ALWAYS_INLINE static void storePixels(void* row, int i, const Pixels& p) {
+        joinTo(p, i, kLanes, [row](int at, Floats v, int n) VEIL_ALWAYS_INLINE { store(row, at, v, n); });
     }
     VEIL_ALWAYS_INLINE static Floats notNegative(Floats v) { return v; }
 };

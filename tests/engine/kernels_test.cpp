@@ -113,7 +113,7 @@ void callComposeRow(const KernelTable& k, Rows& r) {
         r.in[6].data() + kSlack * 4 + r.shift + (kind == SampleKind::floats ? 0 : r.pixels % 3);
     k.composeRow[static_cast<int>(kind)]({r.at(0), r.at(1), r.at(2), isBounded},
                                          {r.at(3), r.at(4), r.at(5), isBounded}, 0.3f, source, composing(r),
-                                         r.out[0].data() + r.shift, r.pixels);
+                                         r.out[0].data() + r.shift, r.pixels, {});
 }
 
 // Nine taps, with fractions of 0 and 1 among them.
@@ -269,20 +269,20 @@ TEST_CASE("a glow is bounded up to a power of two, and neither negative nor a Na
 
 namespace {
 
-// All values of a kind, one a sample, in an order that is another for each `step`; some come again at the
-// end.
+int countOf(SampleKind kind) { return kind == SampleKind::bytes ? 1026 : 65538; }
+
+// All values of a kind, one a sample, in an order that is another for each `step`. Bytes come four times, so
+// that each is among those that are composed in groups.
 std::vector<unsigned char> allValues(SampleKind kind, int step) {
     const int values = kind == SampleKind::bytes ? 256 : 65536;
     std::vector<unsigned char> samples;
-    for (int i = 0; i < (values + 2) / 3 * 3; ++i) {
+    for (int i = 0; i < countOf(kind); ++i) {
         const int v = i * step % values;
         samples.push_back(static_cast<unsigned char>(v));
         if (kind == SampleKind::words) samples.push_back(static_cast<unsigned char>(v >> 8));
     }
     return samples;
 }
-
-int countOf(SampleKind kind) { return kind == SampleKind::bytes ? 258 : 65538; }
 
 std::vector<float> quotients(SampleKind kind, const std::vector<unsigned char>& samples) {
     std::vector<float> floats;
@@ -331,7 +331,7 @@ TEST_CASE(
                         kernels.composeRow[static_cast<int>(as)](
                             {glow[0].data(), glow[1].data(), glow[2].data(), isBounded},
                             {glow[3].data(), glow[4].data(), glow[5].data(), isBounded}, 0.375f, from,
-                            constants, to, pixels);
+                            constants, to, pixels, {});
                     };
                     // The long way: floats, and a step for each limit.
                     std::vector<float> floats(sums.size());
