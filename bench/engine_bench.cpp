@@ -159,7 +159,7 @@ void compose(benchmark::State& state) {
     const auto rowAt = [&](int y) -> void* { return out.row(y); };
     for (auto _ : state)
         composeOutput({image.rect, image.pixels.data()}, glow, image.rect, kImage, kImage, kPlane, kPlane,
-                      settingsOf(0, false, 0.0f), {SampleKind::floats, rowAt, {}}, &pool.pool);
+                      settingsOf(0, false, 0.0f), {SampleKind::floats, rowAt}, &pool.pool);
     countWork(state, image.rect, {24.75, 3 * (kLinearRead / 4 + kLinearRead) + 73});
 }
 

@@ -140,13 +140,14 @@ void composeOutput(const SourceRows& source, const GlowRows& glow, const Rect& o
             }
         };
     };
-    WorkerPool::Ferry ferry{{}, output.collect};
-    if (source.bring && reads)
-        ferry.bring = [&](int first, int end) {
+    const auto bring = [&](int first, int end) {
+        if (output.prepare) output.prepare(first, end);
+        if (source.bring && reads)
             source.bring(PictureRows::heldRow(source, first), PictureRows::heldRow(source, end - 1) + 1);
-        };
+    };
     runChunks(pool, outputRect.y0, outputRect.y1,
-              chunkRows(static_cast<std::size_t>(width) * 3 * sampleBytes(output.kind)), makeJob, ferry);
+              chunkRows(static_cast<std::size_t>(width) * 3 * sampleBytes(output.kind)), makeJob,
+              {bring, output.collect});
 }
 
 }  // namespace veil

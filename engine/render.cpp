@@ -50,7 +50,7 @@ void renderVeil(const float* inputPixels, const Rect& inputRect, const Rect& out
         return outputPixels.data() + static_cast<std::size_t>(y - outputRect.y0) * rowLength;
     };
     ImageRenderer(imageWidth, imageHeight, settings)
-        .render(outputRect, {source, source}, {SampleKind::floats, rowAt, {}}, pool);
+        .render(outputRect, {source, source}, {SampleKind::floats, rowAt}, pool);
 }
 
 }  // namespace veil

@@ -42,12 +42,13 @@ struct OutputRows {
     /// The address that row `y` is written to, interleaved RGB of the output rectangle's columns. Each row is
     /// asked for once, on any thread of the pool.
     using At = std::function<void*(int y)>;
-    /// Called for rows that another thread than the pass's own has written, on that one. May be empty.
-    using Collect = std::function<void(int first, int end)>;
+    /// Called for rows before another thread than the pass's own writes them and after it has, on that one.
+    /// May be empty.
+    using Event = std::function<void(int first, int end)>;
 
     SampleKind kind = SampleKind::floats;
     At at;
-    Collect collect;
+    Event prepare = {}, collect = {};
 };
 
 }  // namespace veil

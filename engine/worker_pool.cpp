@@ -197,8 +197,9 @@ void WorkerPool::takeChunks(Chunks& chunks, const Job& work) {
 // The caller collects first, since a finished chunk is still in the cache, then sees to it that no worker
 // waits, and works itself where nothing else is to do. A chunk that no worker has taken yet stays its own.
 void WorkerPool::giveChunks(Chunks& chunks, const Job& work, const Ferry& ferry) {
-    const int ahead =
-        2 * workerCount();  // chunks that lie ready, more than finish during one of the caller's
+    // Chunks that lie ready, more than finish during one of the caller's; as every worker has one more at
+    // most, mostUnderWay counts three a worker.
+    const int ahead = 2 * workerCount();
     std::unique_lock lock(mutex);
     const auto unlocked = [&](const Job& step, int chunk) {
         lock.unlock();

@@ -40,6 +40,8 @@ class WorkerPool {
     WorkerPool& operator=(const WorkerPool&) = delete;
 
     int workerCount() const { return static_cast<int>(threads.size()); }
+    /// Most chunks of shareRows that are brought and not collected at once.
+    int mostUnderWay() const { return 3 * workerCount(); }
 
     /// Runs `job` over the rows from `start` up to, but not including, `end`, in contiguous slices of equal
     /// height; the caller takes the last. Returns when all are done. If slices throw, the caller's exception,

@@ -44,7 +44,7 @@ struct Run {
     TilePlan plan;
     RenderSettings settings;
     std::optional<ImageRenderer> renderer;
-    HostPixels picture, output;
+    FerriedRows ferried;
 
     HostRect toHostRect(const Rect& r) const {
         return {r.y0 + bounds.top, r.x0 + bounds.left, r.y1 + bounds.top, r.x1 + bounds.left};
@@ -96,39 +96,35 @@ SourceRows rowsFrom(const HostBuffer& buffer, SampleKind kind) {
     return {buffer.rect, kind, [&](int x, int y, int) -> const void* { return buffer.at(x, y); }};
 }
 
-// The same for the pool's threads too, which see `copies` of the rows that were brought.
-SourceRows rowsFrom(const HostBuffer& buffer, HostPixels& copies, SampleKind kind) {
-    const auto at = [&, host = std::this_thread::get_id()](int x, int y, int) -> const void* {
-        return isHostsThread(host) ? buffer.at(x, y) : copies.at(x, y);
+// The same for the pool's threads too, which see the rows that were brought.
+SourceRows rowsFrom(const HostBuffer& buffer, FerriedRows& ferried, const Rect& tile, SampleKind kind) {
+    const auto at = [&, tile, host = std::this_thread::get_id()](int x, int y, int) -> const void* {
+        if (isHostsThread(host)) return buffer.at(x, y);
+        return ferried.read(y) + static_cast<std::size_t>(x - tile.x0) * buffer.pixelBytes;
     };
-    const auto bring = [&, next = copies.rect.y0](int first, int end) mutable {
-        // A row that came before may be read at this moment.
-        copyFromHost(buffer, std::max(first, next), end, copies);
-        next = std::max(next, end);
-    };
-    return {buffer.rect, kind, at, bring};
+    return {buffer.rect, kind, at, [&](int first, int end) { ferried.bring(buffer, first, end); }};
 }
 
-OutputRows rowsTo(const HostBuffer& buffer, HostPixels& copies, SampleKind kind) {
-    const auto at = [&, x = buffer.rect.x0, host = std::this_thread::get_id()](int y) -> void* {
-        return isHostsThread(host) ? buffer.at(x, y) : copies.at(x, y);
+OutputRows rowsTo(const HostBuffer& buffer, FerriedRows& ferried, SampleKind kind) {
+    const auto at = [&, host = std::this_thread::get_id()](int y) -> void* {
+        return isHostsThread(host) ? buffer.at(buffer.rect.x0, y) : ferried.written(y);
     };
-    const auto collect = [&](int first, int end) { copyToHost(copies, first, end, buffer); };
-    return {kind, at, collect};
+    return {kind, at, [&](int first, int end) { ferried.prepare(first, end); },
+            [&](int first, int end) { ferried.collect(first, end, buffer); }};
 }
 
 void renderTile(Run& run, const Rect& need, const Rect& tile, WorkerPool& pool) {
     const FilterRecord& r = *gFilterRecord;
     const SampleKind kind = sampleKind(r.depth);
     const std::size_t pixelBytes = 3 * sampleBytes(kind);
-    if (pool.workerCount() > 0) {
-        run.picture.reshape(run.renderer->pictureReads(need, tile), pixelBytes);
-        run.output.reshape(tile, pixelBytes);
-    }
     const HostBuffer in(need, pixelBytes, r.inData, r.inRowBytes);
     const HostBuffer out(tile, pixelBytes, r.outData, r.outRowBytes);
-    run.renderer->render(tile, {rowsFrom(in, kind), rowsFrom(in, run.picture, kind)},
-                         rowsTo(out, run.output, kind), &pool);
+    run.ferried.begin(tile, pixelBytes, pool.mostUnderWay());
+    // Rows that other ones stand for can't be brought by their number.
+    const Rect reads = run.renderer->pictureReads(need, tile);
+    const bool isFerried = reads.isEmpty() || reads == tile;
+    run.renderer->render(tile, {rowsFrom(in, kind), rowsFrom(in, run.ferried, tile, kind)},
+                         rowsTo(out, run.ferried, kind), isFerried ? &pool : nullptr);
 }
 
 std::int32_t progressCount(std::int64_t tiles) {

@@ -1,12 +1,20 @@
 #include "host/pixel_transfer.h"
 
 #include "engine/kernels/rows.h"
+#include "engine/prefetch.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstddef>
 #include <cstring>
 
 namespace veil {
+
+namespace {
+
+constexpr int kRowsAhead = 2;  // how early to expect a row
+
+}  // namespace
 
 SampleKind sampleKind(std::int32_t depth) { return depth == 16 ? SampleKind::words : SampleKind::bytes; }
 
@@ -35,28 +43,52 @@ void writePixels(const std::vector<float>& buffer, void* destination, std::int32
     for (int y = 0; y < height; ++y, row += rowBytes, in += count) writeRow(in, row, count);
 }
 
-void HostPixels::reshape(const Rect& r, std::size_t bytesAPixel) {
-    growTo(bytes, static_cast<std::size_t>(r.width()) * static_cast<std::size_t>(r.height()) * bytesAPixel);
-    rect = r;
+void FerriedRows::begin(const Rect& tile, std::size_t bytesAPixel, int chunks) {
+    constexpr std::size_t kLine = 64;
+    rect = tile;
     pixelBytes = bytesAPixel;
+    rowLength = (tileBytes() + kLine - 1) / kLine * kLine;
+    chunkCount = chunks;
+    chunkRows = 0;
+    places.resize(static_cast<std::size_t>(rect.height()));
 }
 
-void copyFromHost(const HostBuffer& buffer, int first, int end, HostPixels& pixels) {
-    const int x = pixels.rect.x0, count = pixels.rect.width();
+void FerriedRows::prepare(int first, int end) {
+    if (chunkRows == 0) {
+        chunkRows = end - first;
+        growTo(bytes, 2 * rowLength * static_cast<std::size_t>(chunkCount * chunkRows));
+        freeChunks.clear();
+        for (int i = 0; i < chunkCount; ++i) freeChunks.push_back(i);
+    }
+    assert(end - first <= chunkRows && !freeChunks.empty());
+    const int place = freeChunks.back() * chunkRows - first;
+    freeChunks.pop_back();
+    for (int y = first; y < end; ++y)
+        places[static_cast<std::size_t>(y - rect.y0)] = static_cast<std::size_t>(place + y);
+}
+
+unsigned char* FerriedRows::row(int y, std::size_t part) {
+    return bytes.data() + (2 * places[static_cast<std::size_t>(y - rect.y0)] + part) * rowLength;
+}
+
+void FerriedRows::bring(const HostBuffer& source, int first, int end) {
     for (int y = first; y < end; ++y) {
-        expectPixels<Access::read>(buffer, x, y + kRowsAhead, count);
-        expectPixels<Access::write>(pixels, x, y + kRowsAhead, count);
-        std::memcpy(pixels.at(x, y), buffer.at(x, y), static_cast<std::size_t>(count) * pixels.pixelBytes);
+        // The next chunk may follow soon.
+        if (y + kRowsAhead < rect.y1) expect<Access::read>(source.at(rect.x0, y + kRowsAhead), tileBytes());
+        if (y + kRowsAhead < end) expect<Access::write>(read(y + kRowsAhead), tileBytes());
+        std::memcpy(read(y), source.at(rect.x0, y), tileBytes());
     }
 }
 
-void copyToHost(HostPixels& pixels, int first, int end, const HostBuffer& buffer) {
-    const int x = pixels.rect.x0, count = pixels.rect.width();
+void FerriedRows::collect(int first, int end, const HostBuffer& destination) {
     for (int y = first; y < end; ++y) {
-        expectPixels<Access::read>(pixels, x, y + kRowsAhead, count);
-        expectPixels<Access::write>(buffer, x, y + kRowsAhead, count);
-        std::memcpy(buffer.at(x, y), pixels.at(x, y), static_cast<std::size_t>(count) * pixels.pixelBytes);
+        if (y + kRowsAhead < end) {
+            expect<Access::read>(written(y + kRowsAhead), tileBytes());
+            expect<Access::write>(destination.at(rect.x0, y + kRowsAhead), tileBytes());
+        }
+        std::memcpy(destination.at(rect.x0, y), written(y), tileBytes());
     }
+    freeChunks.push_back(static_cast<int>(places[static_cast<std::size_t>(first - rect.y0)]) / chunkRows);
 }
 
 }  // namespace veil

@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "engine/image.h"
-#include "engine/prefetch.h"
 #include "engine/row_flow.h"
 
 namespace veil {
@@ -42,37 +41,34 @@ struct HostBuffer {
     }
 };
 
-/// Pixels of a rectangle in the host's samples, row by row without gaps: what threads work on in place of the
-/// host's memory.
-struct HostPixels {
+/// Rows of a tile in the host's samples on their way between the host's memory and the threads that may not
+/// look into it. They are there by the chunk, from prepare to collect, so that all of them stay in the cache.
+class FerriedRows {
+  public:
+    /// The tile over `tile`, none of whose rows are there. At most `chunks` are at once, all of one height
+    /// but the last, which may be lower. Throws std::bad_alloc.
+    void begin(const Rect& tile, std::size_t bytesAPixel, int chunks);
+    /// Makes room for rows `first` up to `end`, which hold anything. Throws std::bad_alloc.
+    void prepare(int first, int end);
+    /// The rows to read, from the host. [host's thread]
+    void bring(const HostBuffer& source, int first, int end);
+    /// The rows that were written, to the host; then they are gone. [host's thread]
+    void collect(int first, int end, const HostBuffer& destination);
+
+    /// Row `y`, which is there. [any thread that prepare came before]
+    unsigned char* read(int y) { return row(y, 0); }
+    unsigned char* written(int y) { return row(y, 1); }
+
+  private:
+    unsigned char* row(int y, std::size_t part);
+    std::size_t tileBytes() const { return static_cast<std::size_t>(rect.width()) * pixelBytes; }
+
     Rect rect;
-    std::size_t pixelBytes = 0;
+    std::size_t pixelBytes = 0, rowLength = 0;  // in bytes; rows begin with a line of the cache
+    int chunkCount = 0, chunkRows = 0;
+    std::vector<std::size_t> places;  // of the tile's rows that are there
+    std::vector<int> freeChunks;      // the last one was in use most recently
     UnfilledVector<unsigned char> bytes;
-
-    /// Takes another rectangle and keeps the memory if it suffices; the pixels hold anything. Throws
-    /// std::bad_alloc.
-    void reshape(const Rect& r, std::size_t bytesAPixel);
-    /// Pixel (x, y) of the rectangle's plane.
-    unsigned char* at(int x, int y) {
-        return bytes.data() +
-               (static_cast<std::size_t>(y - rect.y0) * static_cast<std::size_t>(rect.width()) +
-                static_cast<std::size_t>(x - rect.x0)) *
-                   pixelBytes;
-    }
 };
-
-constexpr int kRowsAhead = 2;  // how early to expect a row
-
-/// Has the processor fetch `count` pixels from (x, y) on, if the buffer has that row.
-template <Access access, class Pixels>
-void expectPixels(Pixels& pixels, int x, int y, int count) {
-    if (y < pixels.rect.y1)
-        expect<access>(pixels.at(x, y), static_cast<std::size_t>(count) * pixels.pixelBytes);
-}
-
-/// Rows `first` up to `end` of `pixels`, whose rectangle lies in the buffer's, from there or to there.
-/// [host's thread]
-void copyFromHost(const HostBuffer& buffer, int first, int end, HostPixels& pixels);
-void copyToHost(HostPixels& pixels, int first, int end, const HostBuffer& buffer);
 
 }  // namespace veil

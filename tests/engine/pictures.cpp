@@ -77,7 +77,7 @@ Picture singleLights(int width, int height) {
 }
 
 veil::OutputRows into(veil::FloatImage& image) {
-    return {veil::SampleKind::floats, [&image](int y) -> void* { return image.row(y - image.rect.y0); }, {}};
+    return {veil::SampleKind::floats, [&image](int y) -> void* { return image.row(y - image.rect.y0); }};
 }
 
 veil::FloatImage plainGlow(const Picture& p, const veil::Rect& input, const veil::Rect& work,

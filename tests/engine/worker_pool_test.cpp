@@ -168,7 +168,7 @@ TEST_CASE("shared rows run once each, and those of workers are ferried by the ca
             const auto at = [&](int y) -> Row& { return rows.at(static_cast<std::size_t>(y + 8)); };
             const std::thread::id caller = std::this_thread::get_id();
             std::atomic<int> misplaced = 0;
-            int made = 0, broughtEnd = start;
+            int made = 0, broughtEnd = start, underWay = 0;
             const auto makeJob = [&]() -> WorkerPool::Job {
                 ++made;
                 return [&, running = 0](int first, int last) mutable {
@@ -190,11 +190,13 @@ TEST_CASE("shared rows run once each, and those of workers are ferried by the ca
                 for (int y = first; y < last; ++y) misplaced += at(y).done + at(y).brought++;
                 // The caller's own come from the bottom, between those of the workers.
                 misplaced += first != broughtEnd && !bringsOwn;
+                misplaced += ++underWay > pool.mostUnderWay() && !bringsOwn;
                 broughtEnd = last;
             };
             const WorkerPool::Job collect = [&](int first, int last) {
                 misplaced += std::this_thread::get_id() != caller;
                 for (int y = first; y < last; ++y) misplaced += !at(y).byWorker || at(y).collected++ > 0;
+                --underWay;
             };
             pool.shareRows(start, end, height, makeJob, {bring, collect, bringsOwn != 0});
             int wrong = 0;

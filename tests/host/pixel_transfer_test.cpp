@@ -2,6 +2,7 @@
 
 #include <doctest/doctest.h>
 
+#include <algorithm>
 #include <limits>
 #include <tuple>
 
@@ -87,4 +88,43 @@ TEST_CASE("a missing buffer or an empty size reads black and writes nothing") {
         veil::writePixels(ink, buffer, rowBytes, width, height, 8);
     }
     CHECK((pixels == Bytes(12, std::byte{1})));
+}
+
+TEST_CASE("ferried rows come whole, go where they belong in any order, and make room for others") {
+    // Tiles of 11 and 6 rows inside a picture, in chunks of 4.
+    constexpr int kWidth = 23, kHeight = 20, kRowBytes = kWidth * 3 + 2, kChunk = 4;
+    std::vector<unsigned char> source(kRowBytes * kHeight), result(source.size(), 7), expected = result;
+    for (std::size_t i = 0; i < source.size(); ++i) source[i] = static_cast<unsigned char>(i * 31);
+    veil::FerriedRows ferried;
+    for (const veil::Rect& tile : {veil::Rect{-2, 3, 7, 14}, veil::Rect{7, 3, 19, 9}}) {
+        constexpr veil::Rect kPicture{-3, 1, kWidth - 3, kHeight + 1};
+        const veil::HostBuffer from(kPicture, 3, source.data(), kRowBytes);
+        const veil::HostBuffer to(tile, 3, result.data() + (tile.y0 - 1) * kRowBytes + (tile.x0 + 3) * 3,
+                                  kRowBytes);
+        const int bytes = tile.width() * 3;
+        const auto end = [&](int first) { return std::min(first + kChunk, tile.y1); };
+        const auto come = [&](int first) {
+            ferried.prepare(first, end(first));
+            ferried.bring(from, first, end(first));
+        };
+        const auto go = [&](int first) {
+            for (int y = first; y < end(first); ++y) {
+                REQUIRE(std::equal(ferried.read(y), ferried.read(y) + bytes, from.at(tile.x0, y)));
+                for (int i = 0; i < bytes; ++i) {
+                    ferried.written(y)[i] = static_cast<unsigned char>(ferried.read(y)[i] + y);
+                    expected[static_cast<std::size_t>((y - 1) * kRowBytes + (tile.x0 + 3) * 3 + i)] =
+                        ferried.written(y)[i];
+                }
+            }
+            ferried.collect(first, end(first), to);
+        };
+        ferried.begin(tile, 3, 2);
+        come(tile.y0);
+        come(tile.y0 + kChunk);
+        go(tile.y0 + kChunk);
+        if (tile.height() > 2 * kChunk) come(tile.y0 + 2 * kChunk);
+        go(tile.y0);
+        if (tile.height() > 2 * kChunk) go(tile.y0 + 2 * kChunk);
+        CHECK((result == expected));
+    }
 }
