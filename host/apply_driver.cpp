@@ -20,6 +20,10 @@ namespace {
 
 using namespace photoshop;
 
+// As many that the caches have mostly lost a row before its place is taken again: to take it from another
+// core that still holds it would take longer.
+constexpr int kFerriedChunks = 16;
+
 constexpr std::int16_t kFirstPlane = 0, kLastPlane = 2;  // red to blue; transparency is the host's business
 
 std::int32_t divideUp(std::int32_t a, std::int32_t b) { return (a + b - 1) / b; }
@@ -119,7 +123,7 @@ void renderTile(Run& run, const Rect& need, const Rect& tile, WorkerPool& pool) 
     const std::size_t pixelBytes = 3 * sampleBytes(kind);
     const HostBuffer in(need, pixelBytes, r.inData, r.inRowBytes);
     const HostBuffer out(tile, pixelBytes, r.outData, r.outRowBytes);
-    run.ferried.begin(tile, pixelBytes, pool.mostUnderWay());
+    run.ferried.begin(tile, pixelBytes, std::max(kFerriedChunks, pool.mostUnderWay()));
     // Rows that other ones stand for can't be brought by their number.
     const Rect reads = run.renderer->pictureReads(need, tile);
     const bool isFerried = reads.isEmpty() || reads == tile;

@@ -61,8 +61,8 @@ void FerriedRows::prepare(int first, int end) {
         for (int i = 0; i < chunkCount; ++i) freeChunks.push_back(i);
     }
     assert(end - first <= chunkRows && !freeChunks.empty());
-    const int place = freeChunks.back() * chunkRows - first;
-    freeChunks.pop_back();
+    const int place = freeChunks.front() * chunkRows - first;
+    freeChunks.erase(freeChunks.begin());
     for (int y = first; y < end; ++y)
         places[static_cast<std::size_t>(y - rect.y0)] = static_cast<std::size_t>(place + y);
 }

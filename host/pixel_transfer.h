@@ -42,7 +42,7 @@ struct HostBuffer {
 };
 
 /// Rows of a tile in the host's samples on their way between the host's memory and the threads that may not
-/// look into it. They are there by the chunk, from prepare to collect, so that all of them stay in the cache.
+/// look into it. They are there by the chunk, from prepare to collect.
 class FerriedRows {
   public:
     /// The tile over `tile`, none of whose rows are there. At most `chunks` are at once, all of one height
@@ -67,7 +67,7 @@ class FerriedRows {
     std::size_t pixelBytes = 0, rowLength = 0;  // in bytes; rows begin with a line of the cache
     int chunkCount = 0, chunkRows = 0;
     std::vector<std::size_t> places;  // of the tile's rows that are there
-    std::vector<int> freeChunks;      // the last one was in use most recently
+    std::vector<int> freeChunks;      // the first one has been free for longest
     UnfilledVector<unsigned char> bytes;
 };
 
