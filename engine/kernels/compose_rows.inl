@@ -128,26 +128,28 @@ struct Composing {
     }
 };
 
-// As many pixels as groups of vectors have.
+// A row of at least one group of vectors, whose last group may begin in the one before; false if it has
+// fewer.
 template <class Kind, class Steps>
-static int composeUnits(const Composing& composing) {
+static bool composeUnits(const Composing& composing) {
     const Composing row = composing;
     constexpr int kVectors = 4, kGroup = kVectors * kLanes;
     constexpr int kPixelBytes = 3 * sampleBytes(Kind::kKind), kGroupBytes = kGroup * kPixelBytes;
-    int i = 0;
-    for (; i + kGroup <= row.pixels; i += kGroup) {
+    if (row.pixels < kGroup) return false;
+    for (int next = 0; next < row.pixels; next += kGroup) {
+        const int i = next + kGroup <= row.pixels ? next : row.pixels - kGroup;
         fetchPart<false, kGroupBytes>(row.ahead.source, i * kPixelBytes);
         fetchPart<true, kGroupBytes>(row.ahead.out, i * kPixelBytes);
         Pixels glow[kVectors];
         row.glowAt(i, kLanes, glow);
         composeUnit<Kind, Steps>(glow, row.source, row.constants, row.out, i);
     }
-    return i;
+    return true;
 }
 
 // A saturation of 1 changes no bit of what a blur makes of a picture, for the grey is 0 and l / l is 1.
 template <class Kind, bool protectsShadows, bool isGlowOnly>
-VEIL_ALWAYS_INLINE static inline int composeUnits(const Composing& row) {
+VEIL_ALWAYS_INLINE static inline bool composeUnits(const Composing& row) {
     return row.constants.saturation == 1.0f
                ? composeUnits<Kind, Steps<false, protectsShadows, isGlowOnly>>(row)
                : composeUnits<Kind, Steps<true, protectsShadows, isGlowOnly>>(row);
@@ -162,19 +164,18 @@ static void composeRow(const GlowRow& top, const GlowRow& bottom, float fraction
         top, bottom, fraction, source,
         c,   out,    pixels,   {ahead.source ? ahead.source : out, ahead.out ? ahead.out : out}};
     const bool protects = c.shadowProtect > 0.0f;
-    int i = 0;
     if (top.isBounded && bottom.isBounded && areUsual(c)) {
-        if (c.glowOnly)
-            i = protects ? composeUnits<Kind, true, true>(row) : composeUnits<Kind, false, true>(row);
-        else
-            i = protects ? composeUnits<Kind, true, false>(row) : composeUnits<Kind, false, false>(row);
+        const bool isDone =
+            c.glowOnly
+                ? (protects ? composeUnits<Kind, true, true>(row) : composeUnits<Kind, false, true>(row))
+                : (protects ? composeUnits<Kind, true, false>(row) : composeUnits<Kind, false, false>(row));
+        if (isDone) return;
     }
-    for (; i < pixels; i += kLanes) {
-        const int n = pixels - i < kLanes ? pixels - i : kLanes;
+    forLanes(pixels, [&](int i, int n) VEIL_ALWAYS_INLINE {
         Pixels glow[1];
         row.glowAt(i, n, glow);
         composeAny<Kind>(glow[0], source, c, out, i, n);
-    }
+    });
 }
 
 }  // namespace veil

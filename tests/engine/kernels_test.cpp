@@ -271,8 +271,8 @@ namespace {
 
 int countOf(SampleKind kind) { return kind == SampleKind::bytes ? 1026 : 65538; }
 
-// All values of a kind, one a sample, in an order that is another for each `step`. Bytes come four times, so
-// that each is among those that are composed in groups.
+// All values of a kind, one a sample, in an order that is another for each `step`. Bytes come four times, in
+// several groups of vectors.
 std::vector<unsigned char> allValues(SampleKind kind, int step) {
     const int values = kind == SampleKind::bytes ? 256 : 65536;
     std::vector<unsigned char> samples;
