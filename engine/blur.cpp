@@ -89,8 +89,8 @@ LinePlan planLines(const TapTable& table, int size, int begin, int end) {
     return plan;
 }
 
-// `count` samples in `buffer`, from an address where a line of the cache begins: rows of a strip then never
-// straddle two.
+// `count` samples in `buffer`, from an address where a line of the cache begins: no pixel of a line straddles
+// two.
 float* alignedIn(Samples& buffer, std::size_t count) {
     constexpr std::size_t kLine = 64;
     growTo(buffer, count + kLine / sizeof(float));
@@ -115,11 +115,15 @@ void padLine(const LinePlan& plan, float* line) {
 
 std::size_t samplesOf(int pixels) { return static_cast<std::size_t>(pixels) * kLineLanes; }
 
-// How far apart the pixels are that read most of the same lerped lines: the first taps of one fraction.
-int spacingOf(const LinePlan& plan) {
+// How far apart the pixels are that read most of the same lerped lines, as the first taps of one fraction
+// are; of few pixels no group would be full.
+int spacingOf(const LinePlan& plan, int pixels) {
+    constexpr int kGroup = 4;
     for (int k = 1; k < plan.table.count; ++k)
-        if (plan.plusLines[k] == plan.plusLines[0])
-            return plan.table.taps[k].offset - plan.table.taps[0].offset;
+        if (plan.plusLines[k] == plan.plusLines[0]) {
+            const int spacing = plan.table.taps[k].offset - plan.table.taps[0].offset;
+            return pixels >= kGroup * spacing ? spacing : 1;
+        }
     return 1;
 }
 
@@ -161,7 +165,7 @@ void blurInside(const LinePlan& plan, const float* line, LineScratch& scratch, f
     for (int k = 0; k < table.count; ++k)
         taps[k] = {readOf(plan.minusLines[k], table.taps[k].negOffset),
                    readOf(plan.plusLines[k], table.taps[k].offset), table.taps[k].weight};
-    pairLine(centre, taps, table.count, spacingOf(plan), table.norm, out, pixels);
+    pairLine(centre, taps, table.count, spacingOf(plan, pixels), table.norm, out, pixels);
 }
 
 // The pixels near the ends.
