@@ -26,6 +26,6 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
 endif()
 if(VEIL_SANITIZE)
     target_compile_options(veil_flags INTERFACE -fsanitize=${VEIL_SANITIZE} -fno-sanitize-recover=all
-                                                -fno-omit-frame-pointer)
+                                                -fno-omit-frame-pointer -g1)
     target_link_options(veil_flags INTERFACE -fsanitize=${VEIL_SANITIZE})
 endif()
