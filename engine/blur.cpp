@@ -266,7 +266,7 @@ void blurRows(const RowBlur& blur, const float* const* rows, int rowCount, LineS
     bool isZero = true;
     for (int k = 0; k < kLineLanes; ++k) {
         from[k] = rows[std::min(k, rowCount - 1)] + plan.firstOwn() * blur.channels;
-        isZero = isZero && areZeros(from[k], ownPixels * blur.channels);
+        isZero = isZero && (k >= rowCount || areZeros(from[k], ownPixels * blur.channels));
     }
     if (isZero) {
         for (int k = 0; k < rowCount; ++k) std::fill(out[k], out[k] + pixels * blur.channels, 0.0f);
@@ -280,6 +280,17 @@ void blurRows(const RowBlur& blur, const float* const* rows, int rowCount, LineS
     for (int c = 0; c < blur.channels; ++c)
         blurLine(plan, lines + c * lineLength, scratch, blurred + c * outLength);
     linesToRows(blurred, outLength, blur.channels, out, rowCount, pixels);
+}
+
+void blurRows(const RowBlur& blur, const float* rows, int rowCount, std::size_t rowLength,
+              LineScratch& scratch, float* out, std::size_t outLength) {
+    const float* from[kLineLanes];
+    float* to[kLineLanes];
+    for (int k = 0; k < rowCount; ++k, rows += rowLength, out += outLength) {
+        from[k] = rows;
+        to[k] = out;
+    }
+    blurRows(blur, from, rowCount, scratch, to);
 }
 
 void blurAcrossRows(float radius, const std::vector<const float*>& rows, int begin, int end, int count,
@@ -353,13 +364,7 @@ void blurAlong(const AlongBlur& blur, const float* rows, int rowCount, std::size
             boxBlurAlong(blur, rows, std::min(kBoxRows, rowCount - k), rowLength, scratch, out, outLength);
         return;
     }
-    const float* from[kLineLanes];
-    float* to[kLineLanes];
-    for (int k = 0; k < rowCount; ++k, rows += rowLength, out += outLength) {
-        from[k] = rows;
-        to[k] = out;
-    }
-    blurRows(blur.gaussian, from, rowCount, scratch, to);
+    blurRows(blur.gaussian, rows, rowCount, rowLength, scratch, out, outLength);
 }
 
 Span gaussianReads(float radius, Span axis, Span wanted) {

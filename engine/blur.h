@@ -87,6 +87,9 @@ RowBlur makeRowBlur(float radius, int width, int begin, int end, int channels = 
 /// `rowCount` rows, at most kLineLanes, each to a row of `out`. It takes as long for one as for all of them.
 void blurRows(const RowBlur& blur, const float* const* rows, int rowCount, LineScratch& scratch,
               float* const* out);
+/// The same for rows `rowLength` samples apart, to rows `outLength` apart.
+void blurRows(const RowBlur& blur, const float* rows, int rowCount, std::size_t rowLength,
+              LineScratch& scratch, float* out, std::size_t outLength);
 
 /// Rows `begin` up to `end` of the vertical Gaussian over rows of `count` samples at the addresses `rows`, to
 /// rows `outLength` samples apart. Rows beyond the reach of the wanted ones may be null.

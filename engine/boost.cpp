@@ -28,22 +28,6 @@ Samples bufferFor(const Rect& r) {
                    Image::kChannels);
 }
 
-// Rows of a mask that are blurred together.
-struct MaskRows {
-    Samples samples;
-    float* row[kRowGroup];
-
-    explicit MaskRows(int width) : samples(static_cast<std::size_t>(width) * kRowGroup) {
-        for (int k = 0; k < kRowGroup; ++k) row[k] = samples.data() + static_cast<std::ptrdiff_t>(width) * k;
-    }
-    // The first `count`, as rows `y` and those below it of `blurred`.
-    void blur(const RowBlur& blur, int count, LineScratch& scratch, AcrossBlur<FloatPlane>& blurred, int y) {
-        float* to[kRowGroup];
-        for (int k = 0; k < count; ++k) to[k] = blurred.row(y + k);
-        blurRows(blur, row, count, scratch, to);
-    }
-};
-
 // A part of an image that was blurred across, and the rows of its enlargement.
 template <class Image>
 struct EnlargedPart {
@@ -109,16 +93,18 @@ void HighlightBoost::reduceAndMask(const FloatImage& base, int first, int end) {
     const RowBlur alongMask =
         makeRowBlur(radius, half.width(), masked.x0 - half.x0, masked.x1 - half.x0, FloatPlane::kChannels);
     const int firstColumn = reduced.x0 - half.x0;
-    MaskRows masks(half.width());
+    const auto width = static_cast<std::size_t>(half.width());
+    Samples masks(width * kRowGroup);
     LineScratch scratch;
     for (int y = first; y < end; y += kRowGroup) {
         const int count = std::min(kRowGroup, end - y);
         for (int k = 0; k < count; ++k) {
             float* row = halfBase.row(y + k - reduced.y0) + firstColumn * 3;
             rows.make(y + k, row);
-            coreMaskRow(row, masks.row[k] + firstColumn, reduced.width());
+            coreMaskRow(row, masks.data() + static_cast<std::size_t>(k) * width + firstColumn,
+                        reduced.width());
         }
-        masks.blur(alongMask, count, scratch, core, y);
+        blurRows(alongMask, masks.data(), count, width, scratch, core.row(y), core.rowLength());
     }
     first = std::max(first, spread.y0);
     end = std::min(end, spread.y1);
@@ -137,8 +123,7 @@ void HighlightBoost::findRims(int first, int end) {
         makeRowBlur(radius, half.width(), spread.x0 - half.x0, spread.x1 - half.x0, FloatPlane::kChannels);
     const auto width = static_cast<std::size_t>(half.width());
     const std::ptrdiff_t firstColumn = rimRect.x0 - half.x0;
-    Samples colors(width * 3 * kRowGroup);
-    MaskRows weights(half.width());
+    Samples colors(width * 3 * kRowGroup), weights(width * kRowGroup);
     LineScratch scratch;
     for (int y = first; y < end; y += kRowGroup) {
         const int rows = std::min(kRowGroup, end - y);
@@ -146,9 +131,9 @@ void HighlightBoost::findRims(int first, int end) {
             const float* base = halfBase.row(y + k - halfBase.rect.y0) + firstColumn * 3;
             rimRow(base, coreBlur.row(y + k - rimRect.y0),
                    colors.data() + static_cast<std::size_t>(k) * width * 3 + firstColumn * 3,
-                   weights.row[k] + firstColumn, rimRect.width());
+                   weights.data() + static_cast<std::size_t>(k) * width + firstColumn, rimRect.width());
         }
-        weights.blur(alongWeight, rows, scratch, rimWeight, y);
+        blurRows(alongWeight, weights.data(), rows, width, scratch, rimWeight.row(y), rimWeight.rowLength());
         blurAlong(alongColor, colors.data(), rows, width * 3, scratch, rimColor.row(y), rimColor.rowLength());
     }
 }

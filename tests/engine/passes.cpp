@@ -31,16 +31,9 @@ Image gaussian(const Image& source, float radius, Axis axis) {
     if (axis == Axis::horizontal) {
         const RowBlur blur = makeRowBlur(radius, source.width(), 0, source.width(), Image::kChannels);
         LineScratch scratch;
-        for (int y = 0; y < source.height(); y += kRowGroup) {
-            const float* from[kRowGroup];
-            float* to[kRowGroup];
-            const int count = std::min(kRowGroup, source.height() - y);
-            for (int k = 0; k < count; ++k) {
-                from[k] = source.row(y + k);
-                to[k] = result.row(y + k);
-            }
-            blurRows(blur, from, count, scratch, to);
-        }
+        for (int y = 0; y < source.height(); y += kRowGroup)
+            blurRows(blur, source.row(y), std::min(kRowGroup, source.height() - y), source.rowLength(),
+                     scratch, result.row(y), result.rowLength());
         return result;
     }
     std::vector<const float*> rows;
