@@ -198,8 +198,9 @@ void WorkerPool::takeChunks(Chunks& chunks, const Job& work) {
 // waits, and works itself where nothing else is to do. A chunk that no worker has taken yet stays its own.
 void WorkerPool::giveChunks(Chunks& chunks, const Job& work, const Ferry& ferry) {
     // Chunks that lie ready, more than finish during one of the caller's; as every worker has one more at
-    // most, mostUnderWay counts three a worker.
-    const int ahead = 2 * workerCount();
+    // most, mostUnderWay counts three a worker. Where the caller brings its own too, bringing comes first:
+    // nobody else can do it, and what comes after it can be shared.
+    const int ahead = ferry.bringsOwn ? chunks.back : 2 * workerCount();
     std::unique_lock lock(mutex);
     const auto unlocked = [&](const Job& step, int chunk) {
         lock.unlock();

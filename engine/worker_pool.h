@@ -29,7 +29,8 @@ class WorkerPool {
     struct Ferry {
         Job bring;               ///< before another thread works on these rows; in order from the top
         Job collect;             ///< after it; in any order
-        bool bringsOwn = false;  ///< whether the calling thread brings its own rows too, in any order
+        bool bringsOwn = false;  ///< whether the calling thread brings its own rows too, in any order, and
+                                 ///< all rows as early as it can
     };
 
     /// Starts `workers` threads; a negative count acts as 0. Throws std::system_error if a thread can't be
@@ -40,7 +41,8 @@ class WorkerPool {
     WorkerPool& operator=(const WorkerPool&) = delete;
 
     int workerCount() const { return static_cast<int>(threads.size()); }
-    /// Most chunks of shareRows that are brought and not collected at once.
+    /// Most chunks of shareRows that are brought and not collected at once, if the caller does not bring its
+    /// own.
     int mostUnderWay() const { return 3 * workerCount(); }
 
     /// Runs `job` over the rows from `start` up to, but not including, `end`, in contiguous slices of equal
