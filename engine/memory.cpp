@@ -1,9 +1,12 @@
 #include "engine/memory.h"
 
 #include <bit>
+#include <memory>
 #include <mutex>
+#include <new>
 #include <system_error>
 #include <thread>
+#include <utility>
 
 namespace veil {
 
@@ -25,7 +28,7 @@ constexpr std::size_t kLine = 64;  // of the cache, at which the memory that is 
 
 // What stands in front of it.
 struct alignas(kLine) Block {
-    void* allocated;
+    void* allocated;  // null in the reserve
     std::size_t size;
     std::thread::id user;  // who asked for it last, and so has it in a cache
 };
@@ -42,6 +45,7 @@ Block* makeBlock(std::size_t size) {
     return ::new (place) Block{allocated, size, std::this_thread::get_id()};
 }
 
+// One in the reserve goes with the whole of it.
 void freeBlock(Block* block) { ::operator delete(block->allocated); }
 
 // Some systems make a mutex at its first lock, which then can fail: then nothing is kept.
@@ -70,14 +74,15 @@ class KeptBlocks {
     KeptBlocks(const KeptBlocks&) = delete;
     KeptBlocks& operator=(const KeptBlocks&) = delete;
 
-    // Of this size, at best one that the calling thread had; null if there is none.
+    // Of this size, at best one that the calling thread had, or a new one in the reserve; null if there is
+    // neither.
     Block* take(std::size_t size) {
         const std::thread::id user = std::this_thread::get_id();
         const Lock lock(mutex);
         int best = -1;
         for (int i = 0; lock.isHeld && i < count; ++i)
             if (blocks[i]->size == size && (best < 0 || blocks[i]->user == user)) best = i;
-        if (best < 0) return nullptr;
+        if (best < 0) return lock.isHeld ? cut(size, user) : nullptr;
         Block* const block = blocks[best];
         blocks[best] = blocks[--count];
         total -= size;
@@ -104,13 +109,41 @@ class KeptBlocks {
         return any;
     }
 
+    // Does without one if there is no memory.
+    void openReserve(std::size_t bytes) {
+        const Lock lock(mutex);
+        if (!lock.isHeld || reserve) return;
+        reserve = ::operator new(bytes, std::nothrow);
+        rest = reserve;
+        room = reserve ? bytes : 0;
+    }
+
+    // Nobody uses a block of it.
+    void closeReserve() {
+        freeAll();
+        const Lock lock(mutex);
+        ::operator delete(std::exchange(reserve, nullptr));
+        room = 0;
+    }
+
   private:
     static constexpr int kMostBlocks = 256;
+
+    Block* cut(std::size_t size, std::thread::id user) {
+        const std::size_t whole = sizeof(Block) + (size + kLine - 1) / kLine * kLine;
+        if (whole < size || !std::align(kLine, whole, rest, room)) return nullptr;
+        Block* const block = ::new (rest) Block{nullptr, size, user};
+        rest = static_cast<unsigned char*>(rest) + whole;
+        room -= whole;
+        return block;
+    }
 
     std::mutex mutex;
     Block* blocks[kMostBlocks];
     int count = 0;
     std::size_t total = 0;
+    void *reserve = nullptr, *rest = nullptr;
+    std::size_t room = 0;  // in the rest
 };
 
 KeptBlocks gKept;
@@ -137,5 +170,11 @@ void giveBlock(void* memory, std::size_t bytes) noexcept {
 }
 
 void freeKeptBlocks() noexcept { gKept.freeAll(); }
+
+ReservedBlocksScope::ReservedBlocksScope() {
+    if (kKeeps) gKept.openReserve(kReservedBytes);
+}
+
+ReservedBlocksScope::~ReservedBlocksScope() { gKept.closeReserve(); }
 
 }  // namespace veil

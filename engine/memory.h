@@ -36,6 +36,20 @@ struct KeptBlocksScope {
     ~KeptBlocksScope() { freeKeptBlocks(); }
 };
 
+/// Somewhat less than the largest piece that glibc keeps when it is freed.
+constexpr std::size_t kReservedBytes = (std::size_t{32} << 20) - (std::size_t{64} << 10);
+
+/// The same for a run of many tiles, whose large blocks are cut from one piece of memory, if that is to be
+/// had. Only what is used of it takes pages; and an allocator gives one large piece back to the system less
+/// readily than many blocks, so that the next run does not wait for its pages again. One at a time; no block
+/// may outlive it.
+struct ReservedBlocksScope {
+    ReservedBlocksScope();
+    ReservedBlocksScope(const ReservedBlocksScope&) = delete;
+    ReservedBlocksScope& operator=(const ReservedBlocksScope&) = delete;
+    ~ReservedBlocksScope();
+};
+
 /// New elements hold anything, so that their memory is first touched by the thread that fills them.
 template <class T>
 struct Unfilled {

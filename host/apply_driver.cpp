@@ -194,7 +194,7 @@ bool hostBuffersMatch(const Rect& needRect, const Rect& tileRect) {
 }
 
 void applyFilter() {
-    const KeptBlocksScope memory;
+    const ReservedBlocksScope memory;
     Run run;
     if (!prepareRun(run)) return;
     ProgressScope progress;

@@ -2,6 +2,7 @@
 
 #include <doctest/doctest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdint>
 #include <cstdlib>
@@ -102,5 +103,33 @@ TEST_CASE(
     { const Samples small(kLeastKeptBlock / 4 - 1); }
     CHECK(gLiveBlocks == before);
     CHECK_THROWS_AS(Samples(static_cast<std::size_t>(-1) / 5), std::exception);
+}
+
+TEST_CASE("the blocks of a run are cut from one piece, if there is one, and all is freed at its end") {
+    using namespace veil;
+    freeKeptBlocks();
+    const long before = gLiveBlocks;
+    {
+        const ReservedBlocksScope run;
+        const Samples first(10000, 1.0f);
+        { const Samples second(20000, 2.0f); }
+        const Samples again(20000), third(3000, 3.0f);
+        CHECK(again.back() == 2.0f);  // the same block
+        CHECK(std::count(first.begin(), first.end(), 1.0f) == 10000);
+        CHECK(reinterpret_cast<std::uintptr_t>(third.data()) % 64 == 0);
+        CHECK(gLiveBlocks == before + 1);
+        const Samples large(kReservedBytes / sizeof(float));
+        CHECK(gLiveBlocks == before + 2);
+    }
+    CHECK(gLiveBlocks == before);
+    gLeft = 0;
+    {
+        const ReservedBlocksScope run;
+        CHECK_THROWS_AS(Samples(10000), std::bad_alloc);
+        gLeft = kAll;
+        const Samples alone(10000);
+        CHECK(gLiveBlocks == before + 1);
+    }
+    CHECK(gLiveBlocks == before);
 }
 #endif
