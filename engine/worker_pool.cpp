@@ -194,8 +194,8 @@ void WorkerPool::takeChunks(Chunks& chunks, const Job& work) {
     }
 }
 
-// The caller collects first, since a finished chunk is still in the cache, then sees to it that no worker
-// waits, and works itself where nothing else is to do. A chunk that no worker has taken yet stays its own.
+// The caller sees to it first that no worker waits, then collects, since a finished chunk is still in the
+// cache, and works itself where nothing else is to do. A chunk that no worker has taken yet stays its own.
 void WorkerPool::giveChunks(Chunks& chunks, const Job& work, const Ferry& ferry) {
     // Chunks that lie ready, more than finish during one of the caller's; as every worker has one more at
     // most, mostUnderWay counts three a worker. Where the caller brings its own too, bringing comes first:
@@ -216,12 +216,14 @@ void WorkerPool::giveChunks(Chunks& chunks, const Job& work, const Ferry& ferry)
     };
     int collected = 0;
     while (!chunks.isStopped && (chunks.taken < chunks.back || collected < chunks.taken)) {
-        if (!chunks.finished.empty()) {
+        const bool isMore = chunks.brought < chunks.back;
+        const bool starves = chunks.brought == chunks.taken && chunks.brought - collected < mostUnderWay();
+        if (!chunks.finished.empty() && !(isMore && starves)) {
             const int chunk = chunks.finished.back();
             chunks.finished.pop_back();
             ++collected;
             unlocked(ferry.collect, chunk);
-        } else if (chunks.brought < chunks.back && chunks.brought - chunks.taken < ahead) {
+        } else if (isMore && chunks.brought - chunks.taken < ahead) {
             unlocked(ferry.bring, chunks.brought);
             ++chunks.brought;
             tell(wake);
