@@ -90,7 +90,8 @@ void blurBoth(const FloatImage& image, float radius, bool anamorphic, AcrossBlur
               FloatImage& out, WorkerPool& pool) {
     const Span axis{0, image.height()};
     across.begin(radius, anamorphic, axis, axis, {0, image.width()});
-    const AlongBlur along = makeAlongBlur(radius, anamorphic, image.width(), 0, image.width());
+    LinePlans plans;
+    const AlongBlur along = makeAlongBlur(plans, radius, anamorphic, image.width(), 0, image.width());
     runRows(&pool, 0, image.height(), [&](int first, int end) {
         LineScratch scratch;
         for (int y = first; y < end; y += kRowGroup)
@@ -99,7 +100,8 @@ void blurBoth(const FloatImage& image, float radius, bool anamorphic, AcrossBlur
     });
     if (!anamorphic)
         runRows(&pool, 0, image.height(), [&](int first, int end) {
-            across.make({0, first, image.width(), end}, out.row(first), out.rowLength());
+            LineScratch scratch;
+            across.make({0, first, image.width(), end}, scratch, out.row(first), out.rowLength());
         });
     benchmark::DoNotOptimize(out);
 }

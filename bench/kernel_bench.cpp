@@ -121,8 +121,7 @@ const struct {
     {"tapLine",
      [](const KernelTable& k, Rows& r) {
          TapReads taps[24];
-         for (int i = 0; i < 24; ++i)
-             taps[i] = {r.row(0) - i * 32 - 32, r.row(0) + i * 32 + 16, 0.75f, 0.25f, 0.5f};
+         for (int i = 0; i < 24; ++i) taps[i] = {-i * 32 - 32, i * 32 + 16, 0.75f, 0.25f, 0.5f};
          k.tapLine(r.row(0), taps, 24, 0.01f, r.out(), kCount / kLineLanes);
      }},
     {"pairLine",

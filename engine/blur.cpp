@@ -16,15 +16,32 @@ namespace veil {
 
 namespace {
 
-float tapDistance(const TapTable& table, int tap) { return static_cast<float>(tap + 1) * table.step; }
+// A read at `position`, whose pixel is `low`.
+struct AxisRead {
+    int low;
+    float fraction;
+};
 
 // Near the ends of the axis a read's position is rounded as a whole: its fraction can differ from the table's
-// in the last bits, or the read be the next pixel's, without a fraction, which a negative zero stands for.
-float edgeFraction(float position, int expectedLow) {
-    const float low = std::floor(position);
-    if (static_cast<int>(low) == expectedLow) return position - low;
-    assert(static_cast<int>(low) == expectedLow + 1 && position == low);
-    return -0.0f;
+// in the last bits, or the read be the next pixel's, without a fraction.
+AxisRead readAt(float position, int expectedLow) {
+    int low = static_cast<int>(position);
+    if (static_cast<float>(low) > position) --low;
+    const AxisRead read{low, position - static_cast<float>(low)};
+    assert(low == expectedLow || (low == expectedLow + 1 && read.fraction == 0.0f));
+    (void)expectedLow;
+    return read;
+}
+
+// The reads of `tap` from pixel `p` of the axis.
+struct AxisReads {
+    AxisRead minus, plus;
+};
+
+AxisReads readsOf(const TapTable& table, int tap, int p) {
+    const float distance = static_cast<float>(tap + 1) * table.step, position = static_cast<float>(p);
+    return {readAt(position - distance, p + table.taps[tap].negOffset),
+            readAt(position + distance, p + table.taps[tap].offset)};
 }
 
 int lineOfFraction(std::vector<float>& fractions, float fraction) {
@@ -34,59 +51,41 @@ int lineOfFraction(std::vector<float>& fractions, float fraction) {
     return line;
 }
 
-void fillEdges(LinePlan& plan) {
-    const TapTable& table = plan.table;
-    for (int k = 0; k < table.count; ++k) {
-        const float distance = tapDistance(table, k);
-        for (int i = 0; i < plan.edgeCount(); ++i) {
-            const int p = plan.edgePixel(i);
-            plan.edgeFractions.push_back(
-                edgeFraction(static_cast<float>(p) - distance, p + table.taps[k].negOffset));
-        }
-        for (int i = 0; i < plan.edgeCount(); ++i) {
-            const int p = plan.edgePixel(i);
-            plan.edgeFractions.push_back(
-                edgeFraction(static_cast<float>(p) + distance, p + table.taps[k].offset));
-        }
-    }
-}
-
 // Whether all reads of pixel `p` have the fractions of the table, as inside.
 bool isEven(const TapTable& table, int p) {
-    const auto isRead = [](float position, int low, float fraction) {
-        const float f = edgeFraction(position, low);
-        return f == fraction && !std::signbit(f);
-    };
     for (int k = 0; k < table.count; ++k) {
         const Tap& tap = table.taps[k];
-        const float distance = tapDistance(table, k);
-        if (!isRead(static_cast<float>(p) - distance, p + tap.negOffset, tap.negFrac) ||
-            !isRead(static_cast<float>(p) + distance, p + tap.offset, tap.frac))
+        const auto [minus, plus] = readsOf(table, k, p);
+        if (minus.low != p + tap.negOffset || minus.fraction != tap.negFrac || plus.low != p + tap.offset ||
+            plus.fraction != tap.frac)
             return false;
     }
     return true;
 }
 
 // The pixels of the axis that a line of `plan` has, not repeated ones, as indices of the line's own pixels.
-Span ownPixels(const LinePlan& plan, int size) {
+Span ownPixels(const LinePlan& plan) {
     const int first = plan.begin - plan.reach, end = plan.end + plan.reach;
-    return {std::max(first, 0) - first, std::min(end, size) - first};
+    return {std::max(first, 0) - first, std::min(end, plan.size) - first};
 }
 
-LinePlan planLines(const TapTable& table, int size, int begin, int end) {
-    LinePlan plan{table, begin, end, 0, 0, table.reach(), {}, {}, {}, {}, {}};
-    plan.own = ownPixels(plan, size);
-    const int insideFirst = std::min(size, table.edge);
-    plan.insideBegin = std::clamp(insideFirst, begin, end);
-    plan.insideEnd = std::clamp(std::max(insideFirst, size - table.edge), begin, end);
-    while (plan.insideBegin > begin && isEven(table, plan.insideBegin - 1)) --plan.insideBegin;
-    while (plan.insideEnd < end && isEven(table, plan.insideEnd)) ++plan.insideEnd;
+void fillTaps(LinePlan& plan) {
+    const TapTable& table = plan.table;
     for (int k = 0; k < table.count; ++k) {
-        plan.minusLines[k] = lineOfFraction(plan.fractions, table.taps[k].negFrac);
-        plan.plusLines[k] = lineOfFraction(plan.fractions, table.taps[k].frac);
+        const Tap& tap = table.taps[k];
+        plan.taps[k] = {tap.negOffset * kLineLanes, tap.offset * kLineLanes, tap.negFrac, tap.frac,
+                        tap.weight};
+        plan.minusLines[k] = lineOfFraction(plan.fractions, tap.negFrac);
+        plan.plusLines[k] = lineOfFraction(plan.fractions, tap.frac);
     }
-    fillEdges(plan);
-    return plan;
+    plan.edgeTaps.reserve(static_cast<std::size_t>(plan.edgeCount() * table.count));
+    for (int i = 0; i < plan.edgeCount(); ++i)
+        for (int k = 0; k < table.count; ++k) {
+            const int p = plan.edgePixel(i);
+            const auto [minus, plus] = readsOf(table, k, p);
+            plan.edgeTaps.push_back({(minus.low - p) * kLineLanes, (plus.low - p) * kLineLanes,
+                                     minus.fraction, plus.fraction, table.taps[k].weight});
+        }
 }
 
 // `count` samples in `buffer`, from an address where a line of the cache begins: no pixel of a line straddles
@@ -135,13 +134,7 @@ void blurInside(const LinePlan& plan, const float* line, LineScratch& scratch, f
     const float* centre = line + (plan.insideBegin - plan.begin + plan.reach) * kLineLanes;
     out += (plan.insideBegin - plan.begin) * kLineLanes;
     if (static_cast<int>(plan.fractions.size()) * 2 > table.count) {
-        TapReads taps[kMaxTaps];
-        for (int k = 0; k < table.count; ++k) {
-            const Tap& tap = table.taps[k];
-            taps[k] = {centre + tap.negOffset * kLineLanes, centre + tap.offset * kLineLanes, tap.negFrac,
-                       tap.frac, tap.weight};
-        }
-        tapLine(centre, taps, table.count, table.norm, out, pixels);
+        tapLine(centre, plan.taps, table.count, table.norm, out, pixels);
         return;
     }
     const int lerpedPixels = pixels + 2 * table.edge, lerpedCount = lerpedPixels * kLineLanes;
@@ -170,20 +163,11 @@ void blurInside(const LinePlan& plan, const float* line, LineScratch& scratch, f
 
 // The pixels near the ends.
 void blurEdges(const LinePlan& plan, const float* line, float* out) {
-    for (int i = 0; i < plan.edgeCount(); ++i) {
-        const int atPixel = plan.edgePixel(i) - plan.begin;
-        const float* centre = line + (atPixel + plan.reach) * kLineLanes;
-        const auto read = [&](int offset, float fraction) {
-            return centre + (offset + (std::signbit(fraction) ? 1 : 0)) * kLineLanes;
-        };
-        TapReads taps[kMaxTaps];
-        for (int k = 0; k < plan.table.count; ++k) {
-            const Tap& tap = plan.table.taps[k];
-            const float minus = plan.edgeFractionsOf(k, false)[i], plus = plan.edgeFractionsOf(k, true)[i];
-            taps[k] = {read(tap.negOffset, minus), read(tap.offset, plus), std::fabs(minus), std::fabs(plus),
-                       tap.weight};
-        }
-        tapLine(centre, taps, plan.table.count, plan.table.norm, out + atPixel * kLineLanes, 1);
+    const TapReads* taps = plan.edgeTaps.data();
+    for (int i = 0; i < plan.edgeCount(); ++i, taps += plan.table.count) {
+        const int at = plan.edgePixel(i) - plan.begin;
+        tapLine(line + (at + plan.reach) * kLineLanes, taps, plan.table.count, plan.table.norm,
+                out + at * kLineLanes, 1);
     }
 }
 
@@ -253,13 +237,35 @@ TapTable makeTapTable(float radius) {
     return table;
 }
 
-RowBlur makeRowBlur(float radius, int width, int begin, int end, int channels) {
-    return {planLines(makeTapTable(radius), width, begin, end), channels};
+LinePlan makeLinePlan(float radius, int size, int begin, int end) {
+    const TapTable table = makeTapTable(radius);
+    LinePlan plan{radius, size, table, begin, end, 0, 0, table.reach(), {}, {}, {}, {}, {}, {}};
+    plan.own = ownPixels(plan);
+    const int insideFirst = std::min(size, table.edge);
+    plan.insideBegin = std::clamp(insideFirst, begin, end);
+    plan.insideEnd = std::clamp(std::max(insideFirst, size - table.edge), begin, end);
+    while (plan.insideBegin > begin && isEven(table, plan.insideBegin - 1)) --plan.insideBegin;
+    while (plan.insideEnd < end && isEven(table, plan.insideEnd)) ++plan.insideEnd;
+    fillTaps(plan);
+    return plan;
+}
+
+std::shared_ptr<const LinePlan> LinePlans::find(float radius, int size, int begin, int end) {
+    constexpr std::size_t kMostPlans = 64;
+    for (const auto& plan : plans)
+        if (plan->radius == radius && plan->size == size && plan->begin == begin && plan->end == end)
+            return plan;
+    if (plans.size() == kMostPlans) plans.clear();
+    return plans.emplace_back(std::make_shared<const LinePlan>(makeLinePlan(radius, size, begin, end)));
+}
+
+RowBlur makeRowBlur(LinePlans& plans, float radius, int width, int begin, int end, int channels) {
+    return {plans.find(radius, width, begin, end), channels};
 }
 
 void blurRows(const RowBlur& blur, const float* const* rows, int rowCount, LineScratch& scratch,
               float* const* out) {
-    const LinePlan& plan = blur.plan;
+    const LinePlan& plan = *blur.plan;
     const int ownPixels = plan.own.end - plan.own.begin, pixels = plan.count();
     // Rows that are missing are stood for by the last one.
     const float* from[kLineLanes];
@@ -293,9 +299,8 @@ void blurRows(const RowBlur& blur, const float* rows, int rowCount, std::size_t 
     blurRows(blur, from, rowCount, scratch, to);
 }
 
-void blurAcrossRows(float radius, const std::vector<const float*>& rows, int begin, int end, int count,
-                    float* out, std::size_t outLength, WorkerPool* pool) {
-    const LinePlan plan = planLines(makeTapTable(radius), static_cast<int>(rows.size()), begin, end);
+void blurAcrossRows(const LinePlan& plan, const std::vector<const float*>& rows, int count, float* out,
+                    std::size_t outLength, WorkerPool* pool) {
     const auto makeJob = [&]() -> WorkerPool::Job {
         return [&, scratch = LineScratch()](int first, int last) mutable {
             for (int strip = first; strip < last; ++strip)
@@ -307,15 +312,15 @@ void blurAcrossRows(float radius, const std::vector<const float*>& rows, int beg
     runChunks(pool, 0, stripsOf(count), kStripsAJob, makeJob, {});
 }
 
-AlongBlur makeAlongBlur(float radius, bool anamorphic, int width, int begin, int end) {
+AlongBlur makeAlongBlur(LinePlans& plans, float radius, bool anamorphic, int width, int begin, int end) {
     AlongBlur blur{{}, 0, width, {begin, end}, {}, {}};
     if (!anamorphic) {
-        blur.gaussian = makeRowBlur(radius, width, begin, end);
+        blur.gaussian = makeRowBlur(plans, radius, width, begin, end);
         blur.reads = gaussianReads(radius, {0, width}, {begin, end});
         return blur;
     }
     // A row of one pixel stays as it is, which the Gaussian without taps does too.
-    if (width < 2) return makeAlongBlur(0.0f, false, width, begin, end);
+    if (width < 2) return makeAlongBlur(plans, 0.0f, false, width, begin, end);
     blur.boxHalfWidth = std::max(1, static_cast<int>(std::round(radius / 3.0f)));
     const auto reached = [&](int to) {
         return to < width - blur.boxHalfWidth ? to + blur.boxHalfWidth : width;
@@ -379,6 +384,7 @@ int AcrossBlur<Image>::begin(float blurRadius, bool anamorphic, Span axis, Span 
     isAcross = !anamorphic;
     axisBegin = axis.begin;
     axisEnd = axis.end;
+    planned.reset();
     const Span rows = isAcross ? gaussianReads(radius, axis, wanted) : wanted;
     rect = {columns.begin, rows.begin, columns.end, rows.end};
     // Rows begin with a line of the cache, so that a strip takes one of each.
@@ -396,21 +402,31 @@ int AcrossBlur<Image>::begin(float blurRadius, bool anamorphic, Span axis, Span 
 }
 
 template <class Image>
-void AcrossBlur<Image>::make(const Rect& wanted, float* out, std::size_t outLength) const {
+void AcrossBlur<Image>::planRows(LinePlans& plans, Span wanted) {
+    if (isAcross)
+        planned = plans.find(radius, axisEnd - axisBegin, wanted.begin - axisBegin, wanted.end - axisBegin);
+}
+
+template <class Image>
+void AcrossBlur<Image>::make(const Rect& wanted, LineScratch& scratch, float* out,
+                             std::size_t outLength) const {
     const int count = wanted.width() * Image::kChannels;
     const int firstSample = (wanted.x0 - image.rect.x0) * Image::kChannels;
+    const auto rowAt = [&](int y) { return image.row(y + axisBegin - image.rect.y0) + firstSample; };
+    const auto outAt = [&](int y) { return out + static_cast<std::size_t>(y) * outLength; };
+    const int begin = wanted.y0 - axisBegin, end = wanted.y1 - axisBegin;
     if (!isAcross) {
-        for (int y = wanted.y0; y < wanted.y1; ++y, out += outLength) {
-            const float* from = image.row(y - image.rect.y0) + firstSample;
-            std::copy(from, from + count, out);
-        }
+        for (int y = begin; y < end; ++y) std::copy(rowAt(y), rowAt(y) + count, outAt(y - begin));
         return;
     }
-    std::vector<const float*> rows(static_cast<std::size_t>(axisEnd - axisBegin));
-    for (int y = rect.y0; y < rect.y1; ++y)
-        rows[static_cast<std::size_t>(y - axisBegin)] = image.row(y - image.rect.y0) + firstSample;
-    blurAcrossRows(radius, rows, wanted.y0 - axisBegin, wanted.y1 - axisBegin, count, out, outLength,
-                   nullptr);
+    const auto blurStrips = [&](const LinePlan& plan) {
+        for (int strip = 0; strip < stripsOf(count); ++strip)
+            blurStrip(plan, strip, count, rowAt, outAt, scratch);
+    };
+    if (planned && planned->begin == begin && planned->end == end)
+        blurStrips(*planned);
+    else
+        blurStrips(makeLinePlan(radius, axisEnd - axisBegin, begin, end));
 }
 
 template class AcrossBlur<FloatImage>;

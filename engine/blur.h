@@ -6,6 +6,7 @@
 // calling thread, or on a pool that is handed in, and throw std::bad_alloc only.
 
 #include <cstddef>
+#include <memory>
 #include <vector>
 
 #include "engine/image.h"
@@ -43,31 +44,43 @@ struct TapTable {
 
 TapTable makeTapTable(float radius);
 
-/// How one pass runs along its axis. A line is what it works on: the pixels of the axis from `begin` -
-/// `reach` to `end` + `reach`, with the edge pixels repeated where there are none, each of kLineLanes
-/// samples. Its samples stand for as many rows of the image, or columns, that are blurred side by side.
+/// How one pass runs along its axis of `size` pixels. A line is what it works on: the pixels of the axis from
+/// `begin` - `reach` to `end` + `reach`, with the edge pixels repeated where there are none, each of
+/// kLineLanes samples. Its samples stand for as many rows of the image, or columns, that are blurred side by
+/// side.
 struct LinePlan {
+    float radius;
+    int size;
     TapTable table;
     int begin, end;              // the pixels that are blurred
     int insideBegin, insideEnd;  // of them, those whose reads have the table's fractions
     int reach;
+    Span own;  // the pixels of the axis that a line has, not repeated ones, as indices of the line's pixels
+    TapReads taps[kMaxTaps];                        // of the pixels inside
     std::vector<float> fractions;                   // the distinct ones of the table
     int minusLines[kMaxTaps], plusLines[kMaxTaps];  // of each tap, as indices of `fractions`
-    std::vector<float> edgeFractions;  // for each tap those of the minus reads at either end, then plus
-
-    Span own;  // the pixels of the axis that a line has, not repeated ones, as indices of the line's pixels
+    std::vector<TapReads> edgeTaps;                 // of the other pixels, one after the other
 
     int count() const { return end - begin; }                   // of pixels that are blurred
     int length() const { return count() + 2 * reach; }          // of those of a line
     int firstOwn() const { return begin - reach + own.begin; }  // their first, as a pixel of the axis
     int edgeCount() const { return end - begin - (insideEnd - insideBegin); }
-    const float* edgeFractionsOf(int tap, bool isPlus) const {
-        return edgeFractions.data() + static_cast<std::size_t>((tap * 2 + (isPlus ? 1 : 0)) * edgeCount());
-    }
-    /// The pixel that stands at `index` in the edge's tables.
+    /// The pixel of the axis that is number `index` of them.
     int edgePixel(int index) const {
         return index < insideBegin - begin ? begin + index : end - edgeCount() + index;
     }
+};
+
+/// The plan for the pixels `begin` up to `end`.
+LinePlan makeLinePlan(float radius, int size, int begin, int end);
+
+/// Plans that have been made, as most tiles of an image need the same ones. [one thread at a time]
+class LinePlans {
+  public:
+    std::shared_ptr<const LinePlan> find(float radius, int size, int begin, int end);
+
+  private:
+    std::vector<std::shared_ptr<const LinePlan>> plans;
 };
 
 /// What a thread needs beside a line; grows once.
@@ -79,11 +92,11 @@ struct LineScratch {
 /// The horizontal Gaussian of rows, for passes that blur rows while they are in the cache: the columns
 /// `begin` up to `end` of rows of `width` pixels of `channels` samples.
 struct RowBlur {
-    LinePlan plan;
+    std::shared_ptr<const LinePlan> plan;
     int channels;
 };
 
-RowBlur makeRowBlur(float radius, int width, int begin, int end, int channels = 3);
+RowBlur makeRowBlur(LinePlans& plans, float radius, int width, int begin, int end, int channels = 3);
 /// `rowCount` rows, at most kLineLanes, each to a row of `out`. It takes as long for one as for all of them.
 void blurRows(const RowBlur& blur, const float* const* rows, int rowCount, LineScratch& scratch,
               float* const* out);
@@ -91,10 +104,10 @@ void blurRows(const RowBlur& blur, const float* const* rows, int rowCount, LineS
 void blurRows(const RowBlur& blur, const float* rows, int rowCount, std::size_t rowLength,
               LineScratch& scratch, float* out, std::size_t outLength);
 
-/// Rows `begin` up to `end` of the vertical Gaussian over rows of `count` samples at the addresses `rows`, to
-/// rows `outLength` samples apart. Rows beyond the reach of the wanted ones may be null.
-void blurAcrossRows(float radius, const std::vector<const float*>& rows, int begin, int end, int count,
-                    float* out, std::size_t outLength, WorkerPool* pool);
+/// The vertical Gaussian of `plan` over rows of `count` samples at the addresses `rows`, to rows `outLength`
+/// samples apart. Rows beyond the reach of the wanted ones may be null.
+void blurAcrossRows(const LinePlan& plan, const std::vector<const float*>& rows, int count, float* out,
+                    std::size_t outLength, WorkerPool* pool);
 
 /// Either blur along rows of RGB.
 struct AlongBlur {
@@ -112,7 +125,7 @@ constexpr int kRowGroup = kLineLanes;  ///< most rows that are blurred together
 constexpr int rowGroup(bool anamorphic) { return anamorphic ? kBoxRows : kRowGroup; }
 
 /// The columns `begin` up to `end` of rows of `width` pixels; with `anamorphic` the triple box.
-AlongBlur makeAlongBlur(float radius, bool anamorphic, int width, int begin, int end);
+AlongBlur makeAlongBlur(LinePlans& plans, float radius, bool anamorphic, int width, int begin, int end);
 
 /// Up to kRowGroup rows, `rowLength` samples apart, to rows of the wanted columns, `outLength` apart.
 void blurAlong(const AlongBlur& blur, const float* rows, int rowCount, std::size_t rowLength,
@@ -138,13 +151,16 @@ class AcrossBlur {
     std::size_t rowLength() const { return image.rowLength(); }
     std::size_t bytes() const { return image.pixels.size() * sizeof(float); }
 
-    /// The result over `wanted`, to rows `outLength` samples apart.
-    void make(const Rect& wanted, float* out, std::size_t outLength) const;
+    /// Makes the plan for the rows `wanted`, so that parts of them take none of their own.
+    void planRows(LinePlans& plans, Span wanted);
+    /// The result over `wanted`, to rows `outLength` samples apart. [any thread]
+    void make(const Rect& wanted, LineScratch& scratch, float* out, std::size_t outLength) const;
 
   private:
     float radius = 0.0f;
     bool isAcross = false;
     int axisBegin = 0, axisEnd = 0;
+    std::shared_ptr<const LinePlan> planned;
     Rect rect;
     Image image;  // of `rect` and some columns more
 };

@@ -34,11 +34,11 @@ struct EnlargedPart {
     Samples samples, row;
     BilinearRows<Image> rows;
 
-    EnlargedPart(const AcrossBlur<Image>& blur, const BilinearPlan& enlargement)
+    EnlargedPart(const AcrossBlur<Image>& blur, const BilinearPlan& enlargement, LineScratch& scratch)
         : samples(bufferFor<Image>(enlargement.reads)),
           row(static_cast<std::size_t>(enlargement.target.width()) * Image::kChannels),
           rows(enlargement, samples.data(), enlargement.reads) {
-        blur.make(enlargement.reads, samples.data(),
+        blur.make(enlargement.reads, scratch, samples.data(),
                   static_cast<std::size_t>(enlargement.reads.width()) * Image::kChannels);
     }
 
@@ -81,68 +81,67 @@ void HighlightBoost::plan(const Rect& work, std::span<const Rect> lit, const Ren
     surround.begin(radius, isStreak, rowsOf(half), rowsOf(spread), columnsOf(spread));
     rimColor.begin(radius, isStreak, rowsOf(half), rowsOf(spread), columnsOf(spread));
     rimWeight.begin(radius, isStreak, rowsOf(half), rowsOf(spread), columnsOf(spread));
+    const int begin = spread.x0 - half.x0, end = spread.x1 - half.x0;
+    alongSpread = makeAlongBlur(plans, radius, isStreak, half.width(), begin, end);
+    alongWeight = makeRowBlur(plans, radius, half.width(), begin, end, FloatPlane::kChannels);
+    alongCore = makeRowBlur(plans, radius, half.width(), rimRect.x0 - half.x0, rimRect.x1 - half.x0,
+                            FloatPlane::kChannels);
+    core.planRows(plans, rowsOf(rimRect));
     boosted.reshape(bounds);
 }
 
 // The half plane, and along its rows the blurs of itself and of the mask of blown-out cores.
-void HighlightBoost::reduceAndMask(const FloatImage& base, int first, int end) {
-    const Rect &reduced = reduction.target, &spread = surround.held(), &masked = core.held();
-    BilinearRows<FloatImage> rows(reduction, base.row(0), base.rect);
-    const AlongBlur along =
-        makeAlongBlur(radius, isStreak, half.width(), spread.x0 - half.x0, spread.x1 - half.x0);
-    const RowBlur alongMask =
-        makeRowBlur(radius, half.width(), masked.x0 - half.x0, masked.x1 - half.x0, FloatPlane::kChannels);
-    const int firstColumn = reduced.x0 - half.x0;
+WorkerPool::Job HighlightBoost::makeReduction(const FloatImage& base) {
     const auto width = static_cast<std::size_t>(half.width());
-    Samples masks(width * kRowGroup);
-    LineScratch scratch;
-    for (int y = first; y < end; y += kRowGroup) {
-        const int count = std::min(kRowGroup, end - y);
-        for (int k = 0; k < count; ++k) {
-            float* row = halfBase.row(y + k - reduced.y0) + firstColumn * 3;
-            rows.make(y + k, row);
-            coreMaskRow(row, masks.data() + static_cast<std::size_t>(k) * width + firstColumn,
-                        reduced.width());
+    return [&, width, rows = BilinearRows<FloatImage>(reduction, base.row(0), base.rect),
+            masks = Samples(width * kRowGroup), scratch = LineScratch()](int first, int end) mutable {
+        const Rect& reduced = reduction.target;
+        const int firstColumn = reduced.x0 - half.x0;
+        for (int y = first; y < end; y += kRowGroup) {
+            const Span group{y, std::min(y + kRowGroup, end)};
+            float* mask = masks.data() + firstColumn;
+            for (int r = group.begin; r < group.end; ++r, mask += width) {
+                float* row = halfBase.row(r - reduced.y0) + firstColumn * 3;
+                rows.make(r, row);
+                coreMaskRow(row, mask, reduced.width());
+            }
+            blurRows(alongCore, masks.data(), group.end - y, width, scratch, core.row(y), core.rowLength());
+            const Rect& spread = surround.held();
+            const int begin = std::max(y, spread.y0), count = std::min(group.end, spread.y1) - begin;
+            if (count > 0)
+                blurAlong(alongSpread, halfBase.row(begin - reduced.y0), count, halfBase.rowLength(), scratch,
+                          surround.row(begin), surround.rowLength());
         }
-        blurRows(alongMask, masks.data(), count, width, scratch, core.row(y), core.rowLength());
-    }
-    first = std::max(first, spread.y0);
-    end = std::min(end, spread.y1);
-    for (int y = first; y < end; y += kRowGroup)
-        blurAlong(along, halfBase.row(y - reduced.y0), std::min(kRowGroup, end - y), halfBase.rowLength(),
-                  scratch, surround.row(y), surround.rowLength());
+    };
 }
 
 // The rims near the cores, blurred along rows.
-void HighlightBoost::findRims(int first, int end) {
-    const Rect& spread = rimColor.held();
-    core.make({rimRect.x0, first, rimRect.x1, end}, coreBlur.row(first - rimRect.y0), coreBlur.rowLength());
-    const AlongBlur alongColor =
-        makeAlongBlur(radius, isStreak, half.width(), spread.x0 - half.x0, spread.x1 - half.x0);
-    const RowBlur alongWeight =
-        makeRowBlur(radius, half.width(), spread.x0 - half.x0, spread.x1 - half.x0, FloatPlane::kChannels);
+WorkerPool::Job HighlightBoost::makeRims() {
     const auto width = static_cast<std::size_t>(half.width());
-    const std::ptrdiff_t firstColumn = rimRect.x0 - half.x0;
-    Samples colors(width * 3 * kRowGroup), weights(width * kRowGroup);
-    LineScratch scratch;
-    for (int y = first; y < end; y += kRowGroup) {
-        const int rows = std::min(kRowGroup, end - y);
-        for (int k = 0; k < rows; ++k) {
-            const float* base = halfBase.row(y + k - halfBase.rect.y0) + firstColumn * 3;
-            rimRow(base, coreBlur.row(y + k - rimRect.y0),
-                   colors.data() + static_cast<std::size_t>(k) * width * 3 + firstColumn * 3,
-                   weights.data() + static_cast<std::size_t>(k) * width + firstColumn, rimRect.width());
+    return [&, width, colors = Samples(width * 3 * kRowGroup), weights = Samples(width * kRowGroup),
+            scratch = LineScratch()](int first, int end) mutable {
+        const std::ptrdiff_t firstColumn = rimRect.x0 - half.x0;
+        for (int y = first; y < end; y += kRowGroup) {
+            const int count = std::min(kRowGroup, end - y);
+            for (int k = 0; k < count; ++k) {
+                const auto at = static_cast<std::size_t>(k) * width;
+                rimRow(halfBase.row(y + k - halfBase.rect.y0) + firstColumn * 3,
+                       coreBlur.row(y + k - rimRect.y0), colors.data() + at * 3 + firstColumn * 3,
+                       weights.data() + at + firstColumn, rimRect.width());
+            }
+            blurRows(alongWeight, weights.data(), count, width, scratch, rimWeight.row(y),
+                     rimWeight.rowLength());
+            blurAlong(alongSpread, colors.data(), count, width * 3, scratch, rimColor.row(y),
+                      rimColor.rowLength());
         }
-        blurRows(alongWeight, weights.data(), rows, width, scratch, rimWeight.row(y), rimWeight.rowLength());
-        blurAlong(alongColor, colors.data(), rows, width * 3, scratch, rimColor.row(y), rimColor.rowLength());
-    }
+    };
 }
 
 void HighlightBoost::boost(const FloatImage& base, WideParts wideBlur, const RenderSettings& settings,
-                           const Rect& part) {
+                           const Rect& part, LineScratch& scratch) {
     const BilinearPlan enlargement = planEnlargement(half, part, kHalf);
-    EnlargedPart<FloatImage> around(surround, enlargement), rim(rimColor, enlargement);
-    EnlargedPart<FloatPlane> weight(rimWeight, enlargement);
+    EnlargedPart<FloatImage> around(surround, enlargement, scratch), rim(rimColor, enlargement, scratch);
+    EnlargedPart<FloatPlane> weight(rimWeight, enlargement, scratch);
     BilinearRows<FloatPlane> coreSpread(enlargement, coreBlur.row(0), rimRect);
     Samples coreRow(static_cast<std::size_t>(part.width()));
     Samples wide = bufferFor<FloatImage>(part);
@@ -151,7 +150,7 @@ void HighlightBoost::boost(const FloatImage& base, WideParts wideBlur, const Ren
         const Rect seen{std::max(part.x0, blur.held().x0), part.y0, std::min(part.x1, blur.held().x1),
                         part.y1};
         if (!seen.isEmpty())
-            blur.make(seen, wide.data() + (seen.x0 - part.x0) * FloatImage::kChannels, wideLength);
+            blur.make(seen, scratch, wide.data() + (seen.x0 - part.x0) * FloatImage::kChannels, wideLength);
     }
     const float* wideRow = wide.data();
     for (int y = part.y0; y < part.y1; ++y, wideRow += wideLength) {
@@ -168,14 +167,21 @@ const FloatImage& HighlightBoost::make(const FloatImage& base, const Rect& work,
                                        std::span<const Rect> lit, const RenderSettings& settings,
                                        WorkerPool* pool) {
     plan(work, lit, settings);
-    runRows(pool, reduction.target.y0, reduction.target.y1,
-            [&](int first, int end) { reduceAndMask(base, first, end); });
-    runRows(pool, rimRect.y0, rimRect.y1, [&](int first, int end) { findRims(first, end); });
+    const Rect& reduced = reduction.target;
+    runChunks(pool, reduced.y0, reduced.y1, kRowGroup, [&] { return makeReduction(base); }, {});
+    const auto makeCore = [&]() -> WorkerPool::Job {
+        return [&, scratch = LineScratch()](int first, int end) mutable {
+            core.make({first, rimRect.y0, end, rimRect.y1}, scratch, coreBlur.row(0) + (first - rimRect.x0),
+                      coreBlur.rowLength());
+        };
+    };
+    runChunks(pool, rimRect.x0, rimRect.x1, kLineLanes, makeCore, {});
+    runChunks(pool, rimRect.y0, rimRect.y1, kRowGroup, [&] { return makeRims(); }, {});
     const auto makeJob = [&]() -> WorkerPool::Job {
-        return [&](int first, int end) {
+        return [&, scratch = LineScratch()](int first, int end) mutable {
             for (const Rect& part :
                  lit.subspan(static_cast<std::size_t>(first), static_cast<std::size_t>(end - first)))
-                boost(base, wideBlur, settings, part);
+                boost(base, wideBlur, settings, part, scratch);
         };
     };
     runChunks(pool, 0, static_cast<int>(lit.size()), 1, makeJob, {});

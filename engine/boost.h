@@ -32,10 +32,12 @@ class HighlightBoost {
 
   private:
     void plan(const Rect& work, std::span<const Rect> lit, const RenderSettings& settings);
-    void reduceAndMask(const FloatImage& base, int first, int end);
-    void findRims(int first, int end);
-    void boost(const FloatImage& base, WideParts wideBlur, const RenderSettings& settings, const Rect& part);
+    WorkerPool::Job makeReduction(const FloatImage& base);
+    WorkerPool::Job makeRims();
+    void boost(const FloatImage& base, WideParts wideBlur, const RenderSettings& settings, const Rect& part,
+               LineScratch& scratch);
 
+    LinePlans plans;
     float radius = 0.0f;
     bool isStreak = false;
     BilinearPlan reduction;
@@ -45,6 +47,8 @@ class HighlightBoost {
     FloatPlane coreBlur;  // over rimRect
     AcrossBlur<FloatImage> surround, rimColor;
     AcrossBlur<FloatPlane> core, rimWeight;
+    AlongBlur alongSpread;  // for the columns of `surround`, rimColor and rimWeight
+    RowBlur alongCore, alongWeight;
     FloatImage boosted;
 };
 

@@ -12,7 +12,7 @@ namespace {
 
 constexpr int kChunkRows = kRowGroup;  // rows near lights take longer than others
 constexpr int kLeastChunk = 8;         // of rows that are averaged
-constexpr int kMixColumns = 32;        // as many samples as six strips of the blur
+constexpr int kMixColumns = 16;        // as many samples as six strips of the blur
 constexpr int kLitColumns = 32;        // lights are small, so narrow columns hold little beside them
 // Of the wide blur's columns; 24 megapixels take 9 MB.
 constexpr std::size_t kWideBytes = std::size_t{64} << 20;
@@ -32,7 +32,7 @@ struct GlowMaker::Route {
     float narrowRadius, wideRadius;
     Rect bright;  // the pixels whose bright parts reach `visible`
 
-    Route(const Rect& workRect, const Rect& visibleRect, const RenderSettings& s)
+    Route(LinePlans& plans, const Rect& workRect, const Rect& visibleRect, const RenderSettings& s)
         : work(workRect),
           visible(visibleRect),
           settings(s),
@@ -41,16 +41,28 @@ struct GlowMaker::Route {
           group(rowGroup(s.anamorphic)),
           narrowRadius(workingRadius(s)),
           wideRadius(narrowRadius * s.wideScale) {
-        const Span x = along(narrowRadius, visible).reads;
+        const Span x = along(plans, narrowRadius, visible).reads;
         const Span y = s.anamorphic
                            ? Span{visible.y0, visible.y1}
                            : gaussianReads(narrowRadius, {work.y0, work.y1}, {visible.y0, visible.y1});
         bright = {work.x0 + x.begin, y.begin, work.x0 + x.end, y.end};
     }
 
+    /// `bright` in runs of a few columns, in which lit pixels are looked for.
+    int litRuns() const { return (bright.width() + kLitColumns - 1) / kLitColumns; }
+    Rect litRun(int run) const {
+        const int x0 = bright.x0 + run * kLitColumns;
+        return {x0, bright.y0, std::min(x0 + kLitColumns, bright.x1), bright.y1};
+    }
+    /// Of a row of a run in litSpans.
+    std::size_t litIndex(int run, int y) const {
+        return static_cast<std::size_t>(y - bright.y0) * static_cast<std::size_t>(litRuns()) +
+               static_cast<std::size_t>(run);
+    }
+
     /// The blur of rows of `work`, of which the columns of `wanted` are asked for.
-    AlongBlur along(float radius, const Rect& wanted) const {
-        return makeAlongBlur(radius, settings.anamorphic, work.width(), wanted.x0 - work.x0,
+    AlongBlur along(LinePlans& plans, float radius, const Rect& wanted) const {
+        return makeAlongBlur(plans, radius, settings.anamorphic, work.width(), wanted.x0 - work.x0,
                              wanted.x1 - work.x0);
     }
 };
@@ -71,37 +83,29 @@ const FloatImage& GlowMaker::average(const Route& route, const SourceRows& sourc
     return averaged;
 }
 
-// For each run of columns of route.bright the smallest rectangle round the pixels that a boost changes.
-void GlowMaker::findLit(const Route& route, const FloatImage& averaged, WorkerPool* pool) {
+// For those of `rows` that count, the pixels of each run of columns that a boost changes.
+void GlowMaker::findLit(const Route& route, const FloatImage& averaged, Span rows) {
     const Rect& bright = route.bright;
-    const int runs = (bright.width() + kLitColumns - 1) / kLitColumns;
-    const auto runOf = [&](int run) {
-        const int x0 = bright.x0 + run * kLitColumns;
-        return Rect{x0, bright.y0, std::min(x0 + kLitColumns, bright.x1), bright.y1};
-    };
-    const auto spanOf = [&](int run, int y) -> Span& {
-        return litSpans[static_cast<std::size_t>(y - bright.y0) * static_cast<std::size_t>(runs) +
-                        static_cast<std::size_t>(run)];
-    };
-    lit.clear();
-    if (!boostsLitOnly(route.settings)) {
-        for (int run = 0; run < runs; ++run) lit.push_back(runOf(run));
-        return;
-    }
-    litSpans.resize(static_cast<std::size_t>(bright.height()) * static_cast<std::size_t>(runs));
-    runRows(pool, bright.y0, bright.y1, [&](int first, int end) {
-        for (int y = first; y < end; ++y)
-            for (int run = 0; run < runs; ++run) {
-                Span& span = spanOf(run, y);
-                const Rect columns = runOf(run);
-                litSpan(pixelAt(averaged, columns.x0, y), columns.width(), &span.begin, &span.end);
-            }
-    });
-    for (int run = 0; run < runs; ++run) {
-        const int x0 = runOf(run).x0;
+    for (int y = std::max(rows.begin, bright.y0); y < std::min(rows.end, bright.y1); ++y)
+        for (int run = 0; run < route.litRuns(); ++run) {
+            Span& span = litSpans[route.litIndex(run, y)];
+            const Rect columns = route.litRun(run);
+            litSpan(pixelAt(averaged, columns.x0, y), columns.width(), &span.begin, &span.end);
+        }
+}
+
+// For each run of columns the smallest rectangle round them.
+void GlowMaker::joinLit(const Route& route) {
+    const Rect& bright = route.bright;
+    for (int run = 0; run < route.litRuns(); ++run) {
+        if (!boostsLitOnly(route.settings)) {
+            lit.push_back(route.litRun(run));
+            continue;
+        }
+        const int x0 = route.litRun(run).x0;
         Rect part;
         for (int y = bright.y0; y < bright.y1; ++y) {
-            const Span& span = spanOf(run, y);
+            const Span& span = litSpans[route.litIndex(run, y)];
             if (span.begin == span.end) continue;
             const Rect row{x0 + span.begin, y, x0 + span.end, y + 1};
             part = part.isEmpty()
@@ -133,7 +137,7 @@ void GlowMaker::beginWide(const Route& route, std::size_t part, const Rect& want
     const Rect& work = route.work;
     wideBegin[part] = wide[part].begin(route.wideRadius, route.settings.anamorphic, {work.y0, work.y1},
                                        {wanted.y0, wanted.y1}, {wanted.x0, wanted.x1}, kept);
-    wideAlong[part] = route.along(route.wideRadius, wanted);
+    wideAlong[part] = route.along(plans, route.wideRadius, wanted);
 }
 
 void GlowMaker::beginVisible(const Route& route, const PlaneSizes& sizes) {
@@ -220,14 +224,14 @@ void GlowMaker::makeBright(const Route& route, const FloatImage& averaged, int y
 }
 
 // A part of `glow`: the columns from `x0` up to `x1`.
-void GlowMaker::mix(const Route& route, int x0, int x1, Samples& haze) {
+void GlowMaker::mix(const Route& route, int x0, int x1, LineScratch& scratch, Samples& haze) {
     const Rect part{x0, route.visible.y0, x1, route.visible.y1};
     float* row = glow.row(0) + static_cast<std::ptrdiff_t>(x0 - route.visible.x0) * 3;
-    narrow.make(part, row, glow.rowLength());
+    narrow.make(part, scratch, row, glow.rowLength());
     if (route.folded) return;
     const auto length = static_cast<std::size_t>(part.width()) * 3;
     growTo(haze, length * static_cast<std::size_t>(part.height()));
-    wide[kVisible].make(part, haze.data(), length);
+    wide[kVisible].make(part, scratch, haze.data(), length);
     const float* hazeRow = haze.data();
     for (int y = part.y0; y < part.y1; ++y, row += glow.rowLength(), hazeRow += length)
         veilMixRow(row, hazeRow, route.settings.fog, row, static_cast<int>(length));
@@ -235,13 +239,14 @@ void GlowMaker::mix(const Route& route, int x0, int x1, Samples& haze) {
 
 GlowRows GlowMaker::make(const Rect& work, const Rect& visible, const SourceRows& source,
                          const PlaneSizes& sizes, const RenderSettings& settings, WorkerPool* pool) {
-    const Route route(work, visible, settings);
+    const Route route(plans, work, visible, settings);
     narrow.begin(route.narrowRadius, settings.anamorphic, {work.y0, work.y1}, {visible.y0, visible.y1},
                  {visible.x0, visible.x1});
-    const AlongBlur narrowAlong = route.along(route.narrowRadius, visible);
+    const AlongBlur narrowAlong = route.along(plans, route.narrowRadius, visible);
     const Rect& held = narrow.held();
     if (!route.folded) beginVisible(route, sizes);
     lit.clear();
+    if (route.boosts) litSpans.resize(route.litIndex(0, route.bright.y1));
     const auto makeNarrow = [&](const FloatImage& averaged) -> WorkerPool::Job {
         return [&, scratch = LineScratch(), bright = Samples()](int first, int end) mutable {
             blurNarrow(route, narrowAlong, averaged, {std::max(first, held.y0), std::min(end, held.y1)},
@@ -256,13 +261,14 @@ GlowRows GlowMaker::make(const Rect& work, const Rect& visible, const SourceRows
                 for (int y = first; y < end; y += route.group) {
                     const Span group{y, std::min(y + route.group, end)};
                     if (!route.folded) blurWide(route, kVisible, averaged, group, scratch);
+                    if (route.boosts) findLit(route, averaged, group);
                     if (blurRest) blurRest(group.begin, group.end);
                 }
             };
     };
     const FloatImage& averaged = average(route, source, sizes, makeStep, pool);
     if (route.boosts) {
-        findLit(route, averaged, pool);
+        joinLit(route);
         if (!lit.empty()) boostLit(route, averaged, pool);
         runChunks(pool, held.y0, held.y1, kChunkRows, [&] { return makeNarrow(averaged); }, {});
     }
@@ -271,11 +277,13 @@ GlowRows GlowMaker::make(const Rect& work, const Rect& visible, const SourceRows
     glow.reshape({visible.x0, visible.y0,
                   visible.x0 + static_cast<int>(paddedLength(static_cast<std::size_t>(visible.width()))),
                   visible.y1});
+    narrow.planRows(plans, {visible.y0, visible.y1});
+    if (!route.folded) wide[kVisible].planRows(plans, {visible.y0, visible.y1});
     const auto makeJob = [&]() -> WorkerPool::Job {
-        return [&, haze = Samples()](int first, int end) mutable {
+        return [&, scratch = LineScratch(), haze = Samples()](int first, int end) mutable {
             for (int i = first; i < end; ++i) {
                 const int x0 = visible.x0 + i * kMixColumns;
-                mix(route, x0, std::min(x0 + kMixColumns, visible.x1), haze);
+                mix(route, x0, std::min(x0 + kMixColumns, visible.x1), scratch, haze);
             }
         };
     };

@@ -43,7 +43,8 @@ class GlowMaker {
 
     const FloatImage& average(const Route& route, const SourceRows& source, const PlaneSizes& sizes,
                               const AveragedBand::MakeStep& makeStep, WorkerPool* pool);
-    void findLit(const Route& route, const FloatImage& averaged, WorkerPool* pool);
+    void findLit(const Route& route, const FloatImage& averaged, Span rows);
+    void joinLit(const Route& route);
     WideColumn& wideColumnOf(const Route& route);
     void beginWide(const Route& route, std::size_t part, const Rect& wanted, Span kept);
     void beginVisible(const Route& route, const PlaneSizes& sizes);
@@ -54,8 +55,9 @@ class GlowMaker {
     void blurNarrow(const Route& route, const AlongBlur& blur, const FloatImage& averaged, Span rows,
                     LineScratch& scratch, Samples& bright);
     void makeBright(const Route& route, const FloatImage& averaged, int y, float* row) const;
-    void mix(const Route& route, int x0, int x1, Samples& haze);
+    void mix(const Route& route, int x0, int x1, LineScratch& scratch, Samples& haze);
 
+    LinePlans plans;
     AveragedBand band;
     AveragedWindow window;  // where the band would be too large
     AcrossBlur<FloatImage> narrow;

@@ -59,7 +59,8 @@ GlowRows GlowBands::make(const Rect& work, const Rect& visible, const SourceRows
     band.begin = work.y0;
     band.end = firstRow > work.y0 ? std::max(band.end, firstRow) : firstRow;
     if (firstRow < work.y1) {
-        const RowBlur blur = makeRowBlur(radius, work.width(), visible.x0 - work.x0, visible.x1 - work.x0);
+        const RowBlur blur =
+            makeRowBlur(plans, radius, work.width(), visible.x0 - work.x0, visible.x1 - work.x0);
         const auto threshold = [&](float* row, int count) {
             thresholdFogRow(row, settings.threshold, settings.fog, count);
         };
@@ -83,8 +84,8 @@ GlowRows GlowBands::make(const Rect& work, const Rect& visible, const SourceRows
     rows.resize(static_cast<std::size_t>(work.height()));
     for (int y = 0; y < work.height(); ++y) rows[static_cast<std::size_t>(y)] = band.row(work.y0 + y);
     growTo(glow, band.rowLength() * static_cast<std::size_t>(visible.height()));
-    blurAcrossRows(radius, rows, visible.y0 - work.y0, visible.y1 - work.y0, band.sampleCount(), glow.data(),
-                   band.rowLength(), pool);
+    const auto across = plans.find(radius, work.height(), visible.y0 - work.y0, visible.y1 - work.y0);
+    blurAcrossRows(*across, rows, band.sampleCount(), glow.data(), band.rowLength(), pool);
     return {visible, glow.data(), band.rowLength()};
 }
 

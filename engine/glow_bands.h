@@ -46,6 +46,7 @@ class GlowBands {
     // The first row of `work` that `band`, which may be null, lacks.
     static int firstNewRow(const Band* band, const Rect& work, const PlaneSizes& sizes);
 
+    LinePlans plans;
     std::vector<Band> bands;
     AveragedWindow window;
     std::vector<const float*> rows;  // of the latest tile, from the top of its working rectangle

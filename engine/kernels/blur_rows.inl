@@ -37,8 +37,8 @@ VEIL_ALWAYS_INLINE static inline void sumTaps(const float* centre, const TapRead
             const TapReads tap = taps[k];
             Floats minus[pixels + 1], plus[pixels + 1];
             for (int v = 0; v <= pixels; ++v) {
-                minus[v] = load(tap.minus + i + v * kLineLanes, kLanes);
-                plus[v] = load(tap.plus + i + v * kLineLanes, kLanes);
+                minus[v] = load(centre + tap.minus + i + v * kLineLanes, kLanes);
+                plus[v] = load(centre + tap.plus + i + v * kLineLanes, kLanes);
             }
             for (int v = 0; v < pixels; ++v)
                 sums[v] += tap.weight * (lerp(minus[v], minus[v + 1], tap.minusFraction) +

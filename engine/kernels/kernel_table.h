@@ -17,9 +17,9 @@ struct BilinearColumn {
 };
 
 /// The reads of one pair of mirror taps: each of the two is the linear read between pixels of a line and the
-/// ones behind them.
+/// ones behind them; the first pixel stands that many samples from the centre.
 struct TapReads {
-    const float *minus, *plus;
+    int minus, plus;
     float minusFraction, plusFraction;
     float weight;
 };

@@ -116,21 +116,23 @@ void callComposeRow(const KernelTable& k, Rows& r) {
                                          r.out[0].data() + r.shift, r.pixels, {});
 }
 
-// Nine taps, with fractions of 0 and 1 among them.
-template <class Tap>
-std::vector<Tap> tapsOf(const Rows& r) {
-    std::vector<Tap> taps(9);
-    for (int i = 0; i < 9; ++i) {
-        Tap& tap = taps[static_cast<std::size_t>(i)];
-        tap.minus = r.at(0) - 6 - i * 9;
-        tap.plus = r.at(0) + i * 9;
-        tap.weight = 1.0f / static_cast<float>(i + 2);
-        if constexpr (requires { tap.plusFraction; }) {
-            tap.minusFraction = static_cast<float>(i % 5) * 0.25f;
-            tap.plusFraction = static_cast<float>(i % 3) * 0.3f;
-        }
-    }
-    return taps;
+constexpr int kTaps = 9;
+
+float weightOf(int tap) { return 1.0f / static_cast<float>(tap + 2); }
+
+// Fractions of 0 and 1 are among them.
+void callTapLine(const KernelTable& k, Rows& r) {
+    TapReads taps[kTaps];
+    for (int i = 0; i < kTaps; ++i)
+        taps[i] = {-6 - i * 9, i * 9, static_cast<float>(i % 5) * 0.25f, static_cast<float>(i % 3) * 0.3f,
+                   weightOf(i)};
+    k.tapLine(r.at(0), taps, kTaps, 0.2f, r.to(0), r.linePixels());
+}
+
+void callPairLine(const KernelTable& k, Rows& r) {
+    TapPair taps[kTaps];
+    for (int i = 0; i < kTaps; ++i) taps[i] = {r.at(0) - 6 - i * 9, r.at(0) + i * 9, weightOf(i)};
+    k.pairLine(r.at(0), taps, kTaps, 1 + r.pixels % 4, 0.2f, r.to(0), r.linePixels());
 }
 
 void callRowsToLines(const KernelTable& k, Rows& r) {
@@ -171,10 +173,8 @@ const Kernel kKernels[] = {
      CALL(const float fractions[] = {0.3f, 0.625f};
           k.lerpLines(r.at(0), fractions, 2, r.to(0), r.linePixels())),
      4},
-    {"tapLine", CALL(k.tapLine(r.at(0), tapsOf<TapReads>(r).data(), 9, 0.2f, r.to(0), r.linePixels())), 2},
-    {"pairLine",
-     CALL(k.pairLine(r.at(0), tapsOf<TapPair>(r).data(), 9, 1 + r.pixels % 4, 0.2f, r.to(0), r.linePixels())),
-     2},
+    {"tapLine", callTapLine, 2},
+    {"pairLine", callPairLine, 2},
     {"rowsToLines", callRowsToLines, 12},
     {"linesToRows", callLinesToRows, 5},
     {"boxBlurRows",

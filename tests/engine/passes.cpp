@@ -29,7 +29,8 @@ template <typename Image>
 Image gaussian(const Image& source, float radius, Axis axis) {
     Image result(source.rect);
     if (axis == Axis::horizontal) {
-        const RowBlur blur = makeRowBlur(radius, source.width(), 0, source.width(), Image::kChannels);
+        LinePlans plans;
+        const RowBlur blur = makeRowBlur(plans, radius, source.width(), 0, source.width(), Image::kChannels);
         LineScratch scratch;
         for (int y = 0; y < source.height(); y += kRowGroup)
             blurRows(blur, source.row(y), std::min(kRowGroup, source.height() - y), source.rowLength(),
@@ -38,8 +39,8 @@ Image gaussian(const Image& source, float radius, Axis axis) {
     }
     std::vector<const float*> rows;
     for (int y = 0; y < source.height(); ++y) rows.push_back(source.row(y));
-    blurAcrossRows(radius, rows, 0, source.height(), static_cast<int>(source.rowLength()), result.row(0),
-                   result.rowLength(), nullptr);
+    blurAcrossRows(makeLinePlan(radius, source.height(), 0, source.height()), rows,
+                   static_cast<int>(source.rowLength()), result.row(0), result.rowLength(), nullptr);
     return result;
 }
 

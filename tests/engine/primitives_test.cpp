@@ -25,13 +25,16 @@ bool isPartOf(const FloatImage& whole, const FloatImage& source, float radius, b
     const Rect part{r.x0 + r.width() / 2, r.y0 + 1, r.x1 - r.width() / 4, r.y1};
     AcrossBlur<FloatImage> blur;
     blur.begin(radius, anamorphic, {r.y0, r.y1}, {part.y0, part.y1}, {part.x0, part.x1});
-    const AlongBlur along = makeAlongBlur(radius, anamorphic, r.width(), part.x0 - r.x0, part.x1 - r.x0);
+    LinePlans plans;
+    const AlongBlur along =
+        makeAlongBlur(plans, radius, anamorphic, r.width(), part.x0 - r.x0, part.x1 - r.x0);
     LineScratch scratch;
     for (int y = blur.held().y0; y < blur.held().y1; y += kRowGroup)
         blurAlong(along, source.row(y - r.y0), std::min(kRowGroup, blur.held().y1 - y), source.rowLength(),
                   scratch, blur.row(y), blur.rowLength());
     FloatImage result(part);
-    blur.make(part, result.row(0), result.rowLength());
+    if (r.width() % 2 == 0) blur.planRows(plans, {part.y0, part.y1});
+    blur.make(part, scratch, result.row(0), result.rowLength());
     for (int y = part.y0; y < part.y1; ++y) {
         const float* row = result.row(y - part.y0);
         if (!std::equal(row, row + result.rowLength(), whole.row(y - r.y0) + (part.x0 - r.x0) * 3))
