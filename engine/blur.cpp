@@ -299,13 +299,13 @@ void blurRows(const RowBlur& blur, const float* rows, int rowCount, std::size_t 
     blurRows(blur, from, rowCount, scratch, to);
 }
 
-void blurAcrossRows(const LinePlan& plan, const std::vector<const float*>& rows, int count, float* out,
+void blurAcrossRows(const LinePlan& plan, const float* const* rows, int count, float* out,
                     std::size_t outLength, WorkerPool* pool) {
     const auto makeJob = [&]() -> WorkerPool::Job {
         return [&, scratch = LineScratch()](int first, int last) mutable {
             for (int strip = first; strip < last; ++strip)
                 blurStrip(
-                    plan, strip, count, [&](int y) { return rows[static_cast<std::size_t>(y)]; },
+                    plan, strip, count, [&](int y) { return rows[y]; },
                     [&](int y) { return out + static_cast<std::size_t>(y) * outLength; }, scratch);
         };
     };

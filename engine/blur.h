@@ -106,7 +106,7 @@ void blurRows(const RowBlur& blur, const float* rows, int rowCount, std::size_t 
 
 /// The vertical Gaussian of `plan` over rows of `count` samples at the addresses `rows`, to rows `outLength`
 /// samples apart. Rows beyond the reach of the wanted ones may be null.
-void blurAcrossRows(const LinePlan& plan, const std::vector<const float*>& rows, int count, float* out,
+void blurAcrossRows(const LinePlan& plan, const float* const* rows, int count, float* out,
                     std::size_t outLength, WorkerPool* pool);
 
 /// Either blur along rows of RGB.

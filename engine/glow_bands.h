@@ -27,29 +27,26 @@ class GlowBands {
                   const RenderSettings& settings, WorkerPool* pool);
 
   private:
-    // Rows of one column of tiles, blurred horizontally; row y stands at y % capacity.
+    // Rows of one column of tiles, blurred horizontally.
     struct Band {
         int workBegin, workEnd;  // the taps repeat the pixels at these ends, so a band is for them alone
         int visibleBegin, visibleEnd;  // the columns
-        int capacity = 0;              // in rows
-        int begin = 0, end = 0;        // the rows that are held
-        Samples samples;
+        int begin = 0, filledEnd = 0;
+        std::vector<float*> rows;  // from `begin` on
 
-        int sampleCount() const { return (visibleEnd - visibleBegin) * 3; }
-        std::size_t rowLength() const { return paddedLength(static_cast<std::size_t>(sampleCount())); }
-        float* row(int y) { return samples.data() + rowLength() * static_cast<std::size_t>(y % capacity); }
+        int end() const { return begin + static_cast<int>(rows.size()); }
     };
 
-    // Null if there is none that can hold the rows of `work`.
-    const Band* find(const Rect& work, const Rect& visible) const;
-    Band& bandFor(const Rect& work, const Rect& visible, const PlaneSizes& sizes);
-    // The first row of `work` that `band`, which may be null, lacks.
-    static int firstNewRow(const Band* band, const Rect& work, const PlaneSizes& sizes);
+    Band& bandFor(const Rect& work, const Rect& visible);
+    void keepRows(Band& band, int first, int end);
+    void addRows(Band& band, int end);
 
     LinePlans plans;
     std::vector<Band> bands;
     AveragedWindow window;
-    std::vector<const float*> rows;  // of the latest tile, from the top of its working rectangle
+    std::vector<Samples> blocks;  // of rows, which bands have in turn
+    std::vector<float*> spare;    // rows of no band; the last one was let go last, and is in a cache
+    std::size_t rowLength = 0;
     Samples glow;
 };
 

@@ -39,7 +39,7 @@ Image gaussian(const Image& source, float radius, Axis axis) {
     }
     std::vector<const float*> rows;
     for (int y = 0; y < source.height(); ++y) rows.push_back(source.row(y));
-    blurAcrossRows(makeLinePlan(radius, source.height(), 0, source.height()), rows,
+    blurAcrossRows(makeLinePlan(radius, source.height(), 0, source.height()), rows.data(),
                    static_cast<int>(source.rowLength()), result.row(0), result.rowLength(), nullptr);
     return result;
 }
