@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <ctime>
 #include <fstream>
 #include <stdexcept>
@@ -17,6 +18,7 @@ namespace bench {
 namespace {
 
 constexpr const char* kNoise = "noise:";
+constexpr const char* kDeep = "deep:";
 
 double processorMs() {
     std::timespec now{};
@@ -33,6 +35,18 @@ double statusMegabytes(const std::string& field) {
         return kilobytes / 1024.0;
     }
     return 0;
+}
+
+// Bytes as words of 16 bits.
+Source deepened(const Source& source) {
+    const standin::Image& image = source.image;
+    if (image.depth != 8) throw std::invalid_argument("only 8-bit pictures can be made deeper");
+    Source deep{standin::makeImage(image.width, image.height, image.planes, 16), standin::kWhiteFile};
+    for (int y = 0; y < image.height; ++y)
+        for (int x = 0; x < image.width; ++x)
+            for (int c = 0; c < image.planes; ++c)
+                deep.image.set(x, y, c, (image.at(x, y, c) * standin::kWhiteHost + 127) / standin::kWhite8);
+    return deep;
 }
 
 standin::PixelRect areaOf(const standin::Image& image) { return {0, 0, image.width, image.height}; }
@@ -59,6 +73,7 @@ Source loadSource(const std::string& name) {
             throw std::invalid_argument("'" + name + "' is not noise:WIDTHxHEIGHT");
         return {noisePicture(width, height, 8), standin::kWhite8};
     }
+    if (name.rfind(kDeep, 0) == 0) return deepened(loadSource(name.substr(std::strlen(kDeep))));
     standin::Picture picture = standin::readPicture(name, [] { return false; });
     if (picture.white == standin::kWhiteFile)
         rescaleColour(picture.image, areaOf(picture.image), standin::kWhiteFile, standin::kWhiteHost);

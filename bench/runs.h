@@ -19,7 +19,8 @@ struct Source {
 /// Noise, the same for every call; the filter's cost does not depend on the picture.
 standin::Image noisePicture(int width, int height, int depth);
 
-/// Reads a picture file, or makes noise of 8 bits from "noise:WIDTHxHEIGHT". Throws std::exception.
+/// Reads a picture file, from "deep:FILE" an 8-bit one as one of 16 bits, or makes noise of 8 bits from
+/// "noise:WIDTHxHEIGHT". Throws std::exception.
 Source loadSource(const std::string& name);
 
 /// Writes `image`, which holds host values, as a file of white `white`. Throws std::exception.

@@ -22,7 +22,9 @@ void filterOnce(standin::HostSession& session) {
 void timeRuns(int argc, char** argv) {
     if (argc < 5 || argc > 6)
         throw std::invalid_argument(
-            "usage: whole_filter default|boost|streak WARM RUNS SOURCE.ppm|noise:WIDTHxHEIGHT [RESULT.ppm]");
+            "usage: whole_filter default|boost|streak WARM RUNS "
+            "SOURCE.ppm|deep:SOURCE.ppm|noise:WIDTHxHEIGHT "
+            "[RESULT.ppm]");
     const std::string name = argv[1];
     const veil::VeilParams params = bench::variantNamed(name);
     const int warm = bench::count(argv[2]), runs = bench::count(argv[3]);

@@ -1,6 +1,5 @@
-// peer copy|plain|fused|integer|coarse WARM RUNS SOURCE [OURS]: times a peer on one 8-bit picture in memory.
-// The line "DIFF" at the end tells its greatest and mean difference from the picture OURS, in steps of 8
-// bits.
+// peer NAME WARM RUNS SOURCE [OURS]: times a peer on one 8-bit picture in memory. The line "DIFF" at the end
+// tells its greatest and mean difference from the picture OURS, in steps of 8 bits.
 
 #include <cstdio>
 #include <exception>
@@ -31,8 +30,8 @@ void printDifference(const std::string& name, const cv::Mat& result, const std::
 
 void timeRuns(int argc, char** argv) {
     if (argc < 5 || argc > 6)
-        throw std::invalid_argument(
-            "usage: peer copy|plain|fused|integer|coarse WARM RUNS SOURCE.ppm [OURS.ppm]");
+        throw std::invalid_argument(std::string("usage: peer ") + peers::kPeerNames +
+                                    " WARM RUNS SOURCE.ppm [OURS.ppm]");
     const std::string name = argv[1];
     const int warm = bench::count(argv[2]), runs = bench::count(argv[3]);
     bench::Source source = bench::loadSource(argv[4]);

@@ -29,10 +29,11 @@ Look lookOf(const veil::RenderSettings& settings) {
 Peer makePeer(const std::string& name, const Look& look) {
     if (name == "copy") return [](const cv::Mat& source, cv::Mat& result) { source.copyTo(result); };
     if (name == "plain") return makePlain(look);
+    if (name == "integer") return makeInteger(look);
     if (name == "fused") return makeFused(look);
-    if (name == "integer") return makeInteger(look, false);
-    if (name == "coarse") return makeInteger(look, true);
-    throw std::invalid_argument("'" + name + "' is none of copy, plain, fused, integer and coarse");
+    if (name == "fused-integer") return makeFusedInteger(look, false);
+    if (name == "coarse") return makeFusedInteger(look, true);
+    throw std::invalid_argument("'" + name + "' is none of " + kPeerNames);
 }
 
 void blurQuarter(const cv::Mat& quarter, cv::Mat& blurred, const Look& look) {

@@ -29,14 +29,18 @@ using Peer = std::function<void(const cv::Mat& source, cv::Mat& result)>;
 
 /// Calls of OpenCV on whole float pictures.
 Peer makePlain(const Look& look);
+/// Calls of OpenCV on 8-bit pictures, those on the whole picture in strips on all threads.
+Peer makeInteger(const Look& look);
 /// The quarter plane in floats, and one pass over the rows for all that is left.
 Peer makeFused(const Look& look);
 /// The same in integers of 8 and 16 bits; `coarsely`: blurred on a plane of a sixteenth, which is more than
 /// the engine permits itself.
-Peer makeInteger(const Look& look, bool coarsely);
+Peer makeFusedInteger(const Look& look, bool coarsely);
 
-/// "copy", which copies the picture and no more, "plain", "fused", "integer" or "coarse"; throws
-/// std::invalid_argument for another name.
+constexpr const char* kPeerNames = "copy|plain|integer|fused|fused-integer|coarse";
+
+/// One of kPeerNames, of which "copy" copies the picture and no more; throws std::invalid_argument for
+/// another name.
 Peer makePeer(const std::string& name, const Look& look);
 
 // What the peers share.
