@@ -115,6 +115,13 @@ WorkerPool::Job HighlightBoost::makeReduction(const FloatImage& base) {
     };
 }
 
+// The mask across rows, in columns of rimRect.
+void HighlightBoost::blurCore(int firstColumn, int endColumn) {
+    const int x0 = rimRect.x0 + firstColumn, x1 = std::min(rimRect.x0 + endColumn, rimRect.x1);
+    LineScratch scratch;
+    core.make({x0, rimRect.y0, x1, rimRect.y1}, scratch, coreBlur.row(0) + firstColumn, coreBlur.rowLength());
+}
+
 // The rims near the cores, blurred along rows.
 WorkerPool::Job HighlightBoost::makeRims() {
     const auto width = static_cast<std::size_t>(half.width());
@@ -169,13 +176,8 @@ const FloatImage& HighlightBoost::make(const FloatImage& base, const Rect& work,
     plan(work, lit, settings);
     const Rect& reduced = reduction.target;
     runChunks(pool, reduced.y0, reduced.y1, kRowGroup, [&] { return makeReduction(base); }, {});
-    const auto makeCore = [&]() -> WorkerPool::Job {
-        return [&, scratch = LineScratch()](int first, int end) mutable {
-            core.make({first, rimRect.y0, end, rimRect.y1}, scratch, coreBlur.row(0) + (first - rimRect.x0),
-                      coreBlur.rowLength());
-        };
-    };
-    runChunks(pool, rimRect.x0, rimRect.x1, kLineLanes, makeCore, {});
+    runRows(pool, 0, (rimRect.width() + kLineLanes - 1) / kLineLanes,
+            [&](int first, int end) { blurCore(first * kLineLanes, end * kLineLanes); });
     runChunks(pool, rimRect.y0, rimRect.y1, kRowGroup, [&] { return makeRims(); }, {});
     const auto makeJob = [&]() -> WorkerPool::Job {
         return [&, scratch = LineScratch()](int first, int end) mutable {

@@ -33,6 +33,7 @@ class HighlightBoost {
   private:
     void plan(const Rect& work, std::span<const Rect> lit, const RenderSettings& settings);
     WorkerPool::Job makeReduction(const FloatImage& base);
+    void blurCore(int firstColumn, int endColumn);
     WorkerPool::Job makeRims();
     void boost(const FloatImage& base, WideParts wideBlur, const RenderSettings& settings, const Rect& part,
                LineScratch& scratch);
