@@ -99,14 +99,10 @@ class KeptBlocks {
         return true;
     }
 
-    // Whether there was any.
+    // But those in the reserve. Whether there was any.
     bool freeAll() {
         const Lock lock(mutex);
-        if (!lock.isHeld) return false;
-        const bool any = count > 0;
-        while (count > 0) freeBlock(blocks[--count]);
-        total = 0;
-        return any;
+        return lock.isHeld && freeKept();
     }
 
     // Does without one if there is no memory.
@@ -120,14 +116,31 @@ class KeptBlocks {
 
     // Nobody uses a block of it.
     void closeReserve() {
-        freeAll();
         const Lock lock(mutex);
+        if (!lock.isHeld) return;
+        freeKept();
+        count = 0;
+        total = 0;
         ::operator delete(std::exchange(reserve, nullptr));
         room = 0;
     }
 
   private:
     static constexpr int kMostBlocks = 256;
+
+    bool freeKept() {
+        const int before = std::exchange(count, 0);
+        for (int i = 0; i < before; ++i) {
+            Block* const block = blocks[i];
+            if (!block->allocated) {
+                blocks[count++] = block;
+                continue;
+            }
+            total -= block->size;
+            ::operator delete(block->allocated);
+        }
+        return count < before;
+    }
 
     Block* cut(std::size_t size, std::thread::id user) {
         const std::size_t whole = sizeof(Block) + (size + kLine - 1) / kLine * kLine;

@@ -118,8 +118,14 @@ TEST_CASE("the blocks of a run are cut from one piece, if there is one, and all 
         CHECK(std::count(first.begin(), first.end(), 1.0f) == 10000);
         CHECK(reinterpret_cast<std::uintptr_t>(third.data()) % 64 == 0);
         CHECK(gLiveBlocks == before + 1);
-        const Samples large(kReservedBytes / sizeof(float));
+        { const Samples large(kReservedBytes / sizeof(float)); }
         CHECK(gLiveBlocks == before + 2);
+        { const Samples small(5000); }
+        gLeft = 0;
+        CHECK_THROWS_AS(Samples(2 * kReservedBytes / sizeof(float)), std::bad_alloc);
+        CHECK(gLiveBlocks == before + 1);
+        { const Samples small(5000); }  // stayed
+        gLeft = kAll;
     }
     CHECK(gLiveBlocks == before);
     gLeft = 0;
