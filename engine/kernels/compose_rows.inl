@@ -128,14 +128,14 @@ struct Composing {
     }
 };
 
-// A row of at least one group of vectors, whose last group may begin in the one before; false if it has
-// fewer.
+// A row of at least one group of vectors, whose last group may begin in the one before, so that a host's
+// buffer which is source and result must hold whole groups; false for other rows.
 template <class Kind, class Steps>
 static bool composeUnits(const Composing& composing) {
     const Composing row = composing;
     constexpr int kVectors = 4, kGroup = kVectors * kLanes;
     constexpr int kPixelBytes = 3 * sampleBytes(Kind::kKind), kGroupBytes = kGroup * kPixelBytes;
-    if (row.pixels < kGroup) return false;
+    if (row.pixels < kGroup || (row.source == row.out && row.pixels % kGroup != 0)) return false;
     for (int next = 0; next < row.pixels; next += kGroup) {
         const int i = next + kGroup <= row.pixels ? next : row.pixels - kGroup;
         fetchPart<false, kGroupBytes>(row.ahead.source, i * kPixelBytes);

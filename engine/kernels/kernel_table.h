@@ -157,7 +157,7 @@ struct KernelTable {
     bool (*areBounded)(const float* samples, int count);
     /// Shapes the glow (the lerp of `top` and `bottom` by `fraction`) and lays it over `source`, or writes it
     /// alone; source and result are of one kind. What is stored as an integer is limited to 0 to 1 and
-    /// rounded to nearest; NaN becomes 0.
+    /// rounded to nearest; NaN becomes 0. May work in place, on all of the source.
     void (*composeRow[kSampleKinds])(const GlowRow& top, const GlowRow& bottom, float fraction,
                                      const void* source, const ComposeConstants& constants, void* out,
                                      int pixels, const RowAhead& ahead);

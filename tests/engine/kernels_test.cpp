@@ -343,6 +343,9 @@ TEST_CASE(
                         INFO("glow to ", brightest, ", alone ", glowOnly, ", bounded ", isBounded);
                         compose(kind, isBounded, rows[1].data(), actual.data());
                         CHECK((actual == expected));
+                        actual = rows[1];
+                        compose(kind, isBounded, actual.data(), actual.data());
+                        CHECK((actual == expected));
                         std::vector<float> again(floats.size());
                         compose(SampleKind::floats, isBounded, source.data(), again.data());
                         CHECK((again == floats));
