@@ -17,6 +17,8 @@ namespace {
 // Allocations of the plug-in that succeed; none does after them. Negative: all do.
 std::atomic<int> gLeft{-1};
 std::atomic<bool> gRanOut{false};
+// From this size on none of the plug-in's succeeds: what is cut from one large block asks for no other.
+std::atomic<std::size_t> gMost{SIZE_MAX};
 
 // The plug-in's memory runs out, the host's never.
 bool isPlugins(const void* caller) {
@@ -25,8 +27,10 @@ bool isPlugins(const void* caller) {
            std::string_view(info.dli_fname).find("DuskyVeil") != std::string_view::npos;
 }
 
-bool fails(const void* caller) {
-    if (gLeft < 0 || !isPlugins(caller)) return false;
+bool fails(std::size_t size, const void* caller) {
+    if ((gLeft < 0 && gMost == SIZE_MAX) || !isPlugins(caller)) return false;
+    if (size >= gMost) return true;
+    if (gLeft < 0) return false;
     if (gLeft > 0) {
         --gLeft;
         return false;
@@ -38,8 +42,11 @@ bool fails(const void* caller) {
 }  // namespace
 
 void* operator new(std::size_t size) {
-    void* memory = fails(__builtin_return_address(0)) ? nullptr : std::malloc(size > 0 ? size : 1);
+    void* memory = fails(size, __builtin_return_address(0)) ? nullptr : std::malloc(size > 0 ? size : 1);
     return memory ? memory : throw std::bad_alloc();
+}
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    return fails(size, __builtin_return_address(0)) ? nullptr : std::malloc(size > 0 ? size : 1);
 }
 void operator delete(void* memory) noexcept { std::free(memory); }
 void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
@@ -49,12 +56,15 @@ TEST_CASE(
     const standin::Image image = hosttest::picture(140, 70);
     // The flag of an earlier run; a run that ends in an exception forgets one that it makes itself.
     std::uint8_t runFlag = 0;
-    for (const auto& [afterTile, nullResult, expected] :
-         {std::tuple(0, false, 40), std::tuple(0, true, 40), std::tuple(1, false, 10),
-          std::tuple(1, true, 10)}) {
+    constexpr std::size_t kReserve = std::size_t{1} << 24;
+    for (const auto& [afterTile, nullResult, most, expected] :
+         {std::tuple(0, false, kReserve, 60), std::tuple(0, true, SIZE_MAX, 40),
+          std::tuple(1, false, SIZE_MAX, 10), std::tuple(1, true, kReserve, 10)}) {
         int passed = 0;
+        gMost = most;
         for (bool ranOut = true; ranOut; passed += ranOut) {
-            INFO("after tile ", afterTile, " allocations before ", passed, " null result ", nullResult);
+            INFO("after tile ", afterTile, " allocations before ", passed, " null result ", nullResult,
+                 " of less than ", most);
             standin::HostSession session(
                 hosttest::plugin(), image,
                 {.tileWidth = 70, .movingBuffers = false, .blocksMove = false, .nullResult = nullResult});
@@ -77,4 +87,5 @@ TEST_CASE(
         }
         CHECK(passed >= expected);
     }
+    gMost = SIZE_MAX;
 }
