@@ -30,11 +30,12 @@ cv::Mat keptOfLuma(double protect) {
 // Rows of the picture while they are in the cache.
 void screen(const cv::Mat& kept, const cv::Mat& source, cv::Mat glow, cv::Mat result) {
     constexpr double kShare = 1.0 / 255.0;
-    cv::Mat luma, shade, shadeRgb;
-    cv::transform(source, luma, cv::Matx13f(0.2126f, 0.7152f, 0.0722f));
+    constexpr float kRed = 0.2126f, kGreen = 0.7152f, kBlue = 0.0722f;
+    cv::Mat luma, shade;
+    // Into three channels, for which there is vector code.
+    cv::transform(source, luma, cv::Matx33f(kRed, kGreen, kBlue, kRed, kGreen, kBlue, kRed, kGreen, kBlue));
     cv::LUT(luma, kept, shade);
-    cv::cvtColor(shade, shadeRgb, cv::COLOR_GRAY2RGB);
-    cv::multiply(glow, shadeRgb, glow, kShare);
+    cv::multiply(glow, shade, glow, kShare);
     cv::bitwise_not(source, result);
     cv::multiply(result, glow, result, kShare);
     cv::add(source, result, result);

@@ -30,8 +30,8 @@ void run(const Look& look, Buffers& b, const cv::Mat& source, cv::Mat& result) {
     source.convertTo(b.picture, CV_32F, 1.0 / 255.0);
     cv::resize(b.picture, b.quarter, size, 0, 0, cv::INTER_AREA);
     blurQuarter(b.quarter, b.blurred, look);
+    cv::multiply(b.blurred, cv::Scalar(look.gain[0], look.gain[1], look.gain[2]), b.blurred);
     cv::resize(b.blurred, b.glow, source.size(), 0, 0, cv::INTER_LINEAR);
-    cv::multiply(b.glow, cv::Scalar(look.gain[0], look.gain[1], look.gain[2]), b.glow);
     keepOutOfShadows(b, look.shadowProtect);
     cv::multiply(b.picture, b.glow, b.product);
     cv::add(b.picture, b.glow, b.picture);
