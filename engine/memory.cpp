@@ -12,8 +12,11 @@ namespace veil {
 
 namespace {
 
+// Under the address sanitizer nothing is kept, as what is given back must not be touched.
 #if defined(__SANITIZE_ADDRESS__)
-constexpr bool kKeeps = false;  // what is given back must not be touched
+constexpr bool kKeeps = false;
+#elif defined(__clang__)
+constexpr bool kKeeps = !__has_feature(address_sanitizer);
 #else
 constexpr bool kKeeps = true;
 #endif

@@ -19,13 +19,13 @@ constexpr std::size_t kLeastKeptBlock = std::size_t{4} << 10;
 constexpr std::size_t kMostKeptBytes = std::size_t{64} << 20;
 
 /// At least `bytes` of memory that holds anything, large blocks from an address where a line of the cache
-/// begins; at best what the calling thread had before. Throws std::bad_alloc, after the kept blocks have been
-/// freed. [any thread]
+/// begins; at best what the calling thread had before. Throws std::bad_alloc, after the kept blocks outside
+/// of a reserve have been freed. [any thread that holds no lock]
 void* takeBlock(std::size_t bytes);
 /// Takes back a block and the size that was asked for. [any thread]
 void giveBlock(void* memory, std::size_t bytes) noexcept;
 
-/// Frees all blocks that nobody uses. [any thread]
+/// Frees all blocks that nobody uses, but those in a reserve. [any thread]
 void freeKeptBlocks() noexcept;
 
 /// Frees them at the end of what they were kept for.

@@ -229,11 +229,9 @@ void WorkerPool::giveChunks(Chunks& chunks, const Job& work, const Ferry& ferry)
             tell(wake);
         } else if (chunks.taken < chunks.back) {
             const int own = --chunks.back;
-            const bool isBrought = chunks.brought > own;
             chunks.brought = std::min(chunks.brought, own);
             if (chunks.isGivenOut()) tell(wake);
-            if (ferry.bringsOwn && !isBrought) unlocked(ferry.bring, own);
-            if (!chunks.isStopped) unlocked(work, own);
+            unlocked(work, own);
         } else {
             await(lock, done, [&] { return chunks.isStopped || !chunks.finished.empty(); });
         }
@@ -261,7 +259,7 @@ void runChunks(WorkerPool* pool, int start, int end, int height, const WorkerPoo
     }
     for (int first = start; first < end; first += height) {
         const int last = std::min(first + height, end);
-        ferry.bring(first, last);
+        if (ferry.bring) ferry.bring(first, last);
         job(first, last);
     }
 }

@@ -29,8 +29,8 @@ class WorkerPool {
     struct Ferry {
         Job bring;               ///< before another thread works on these rows; in order from the top
         Job collect;             ///< after it; in any order
-        bool bringsOwn = false;  ///< whether the calling thread brings its own rows too, in any order, and
-                                 ///< all rows as early as it can
+        bool bringsOwn = false;  ///< whether the calling thread brings its own rows too: then it brings all
+                                 ///< rows before it works on any
     };
 
     /// Starts `workers` threads; a negative count acts as 0. Throws std::system_error if a thread can't be

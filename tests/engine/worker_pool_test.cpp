@@ -188,8 +188,7 @@ TEST_CASE("shared rows run once each, and those of workers are ferried by the ca
             const WorkerPool::Job bring = [&](int first, int last) {
                 misplaced += std::this_thread::get_id() != caller;
                 for (int y = first; y < last; ++y) misplaced += at(y).done + at(y).brought++;
-                // The caller's own come from the bottom, between those of the workers.
-                misplaced += first != broughtEnd && !bringsOwn;
+                misplaced += first != broughtEnd;
                 misplaced += ++underWay > pool.mostUnderWay() && !bringsOwn;
                 broughtEnd = last;
             };
