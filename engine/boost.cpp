@@ -81,6 +81,7 @@ void HighlightBoost::plan(const Rect& work, std::span<const Rect> lit, const Ren
     surround.begin(radius, isStreak, rowsOf(half), rowsOf(spread), columnsOf(spread));
     rimColor.begin(radius, isStreak, rowsOf(half), rowsOf(spread), columnsOf(spread));
     rimWeight.begin(radius, isStreak, rowsOf(half), rowsOf(spread), columnsOf(spread));
+    LinePlans plans;  // where lights are differs from tile to tile
     const int begin = spread.x0 - half.x0, end = spread.x1 - half.x0;
     alongSpread = makeAlongBlur(plans, radius, isStreak, half.width(), begin, end);
     alongWeight = makeRowBlur(plans, radius, half.width(), begin, end, FloatPlane::kChannels);

@@ -38,7 +38,6 @@ class HighlightBoost {
     void boost(const FloatImage& base, WideParts wideBlur, const RenderSettings& settings, const Rect& part,
                LineScratch& scratch);
 
-    LinePlans plans;
     float radius = 0.0f;
     bool isStreak = false;
     BilinearPlan reduction;

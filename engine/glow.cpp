@@ -12,7 +12,7 @@ namespace {
 
 constexpr int kChunkRows = kRowGroup;  // rows near lights take longer than others
 constexpr int kLeastChunk = 8;         // of rows that are averaged
-constexpr int kMixColumns = 16;        // as many samples as six strips of the blur
+constexpr int kMixColumns = 16;        // as many samples as three strips of the blur
 constexpr int kLitColumns = 32;        // lights are small, so narrow columns hold little beside them
 // Of the wide blur's columns; 24 megapixels take 9 MB.
 constexpr std::size_t kWideBytes = std::size_t{64} << 20;
@@ -137,7 +137,8 @@ void GlowMaker::beginWide(const Route& route, std::size_t part, const Rect& want
     const Rect& work = route.work;
     wideBegin[part] = wide[part].begin(route.wideRadius, route.settings.anamorphic, {work.y0, work.y1},
                                        {wanted.y0, wanted.y1}, {wanted.x0, wanted.x1}, kept);
-    wideAlong[part] = route.along(plans, route.wideRadius, wanted);
+    LinePlans ofLights;  // which no two tiles share
+    wideAlong[part] = route.along(part == kVisible ? plans : ofLights, route.wideRadius, wanted);
 }
 
 void GlowMaker::beginVisible(const Route& route, const PlaneSizes& sizes) {
@@ -246,7 +247,8 @@ GlowRows GlowMaker::make(const Rect& work, const Rect& visible, const SourceRows
     const Rect& held = narrow.held();
     if (!route.folded) beginVisible(route, sizes);
     lit.clear();
-    if (route.boosts) litSpans.resize(route.litIndex(0, route.bright.y1));
+    litSpans.clear();
+    if (route.boosts && boostsLitOnly(settings)) litSpans.resize(route.litIndex(0, route.bright.y1));
     const auto makeNarrow = [&](const FloatImage& averaged) -> WorkerPool::Job {
         return [&, scratch = LineScratch(), bright = Samples()](int first, int end) mutable {
             blurNarrow(route, narrowAlong, averaged, {std::max(first, held.y0), std::min(end, held.y1)},
@@ -261,7 +263,7 @@ GlowRows GlowMaker::make(const Rect& work, const Rect& visible, const SourceRows
                 for (int y = first; y < end; y += route.group) {
                     const Span group{y, std::min(y + route.group, end)};
                     if (!route.folded) blurWide(route, kVisible, averaged, group, scratch);
-                    if (route.boosts) findLit(route, averaged, group);
+                    if (!litSpans.empty()) findLit(route, averaged, group);
                     if (blurRest) blurRest(group.begin, group.end);
                 }
             };
