@@ -199,6 +199,7 @@ void GlowMaker::blurNarrow(const Route& route, const AlongBlur& blur, const Floa
                            LineScratch& scratch, Samples& bright) {
     const auto length = static_cast<std::size_t>(route.work.width()) * 3;
     if (!route.folded) growTo(bright, length * kRowGroup);
+    const int wantedSamples = route.visible.width() * 3;
     for (int y = rows.begin; y < rows.end; y += route.group) {
         const int count = std::min(route.group, rows.end - y);
         if (route.folded) {
@@ -209,6 +210,10 @@ void GlowMaker::blurNarrow(const Route& route, const AlongBlur& blur, const Floa
         for (int k = 0; k < count; ++k)
             makeBright(route, averaged, y + k, bright.data() + static_cast<std::size_t>(k) * length);
         blurAlong(blur, bright.data(), count, length, scratch, narrow.row(y), narrow.rowLength());
+        if (!route.settings.anamorphic) continue;
+        for (int k = 0; k < count; ++k)  // no blur across comes between
+            veilMixRow(narrow.row(y + k), wide[kVisible].row(y + k), route.settings.fog, narrow.row(y + k),
+                       wantedSamples);
     }
 }
 
@@ -274,8 +279,7 @@ GlowRows GlowMaker::make(const Rect& work, const Rect& visible, const SourceRows
         if (!lit.empty()) boostLit(route, averaged, pool);
         runChunks(pool, held.y0, held.y1, kChunkRows, [&] { return makeNarrow(averaged); }, {});
     }
-    if (route.folded && settings.anamorphic)  // the rows as they are
-        return {visible, narrow.row(visible.y0), narrow.rowLength()};
+    if (settings.anamorphic) return {visible, narrow.row(visible.y0), narrow.rowLength()};
     glow.reshape({visible.x0, visible.y0,
                   visible.x0 + static_cast<int>(paddedLength(static_cast<std::size_t>(visible.width()))),
                   visible.y1});

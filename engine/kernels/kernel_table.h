@@ -136,7 +136,7 @@ struct KernelTable {
     void (*thresholdRow)(const float* in, float threshold, float* out, int pixels);
     /// In place: the same with the fog as a floor under the weight.
     void (*thresholdFogRow)(float* row, float threshold, float fog, int pixels);
-    /// out = (1 - fog) * narrow + fog * wide.
+    /// out = (1 - fog) * narrow + fog * wide; may work in place.
     void (*veilMixRow)(const float* narrow, const float* wide, float fog, float* out, int count);
 
     // Highlight boost.
