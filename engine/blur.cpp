@@ -25,8 +25,7 @@ struct AxisRead {
 // Near the ends of the axis a read's position is rounded as a whole: its fraction can differ from the table's
 // in the last bits, or the read be the next pixel's, without a fraction.
 AxisRead readAt(float position, int expectedLow) {
-    int low = static_cast<int>(position);
-    if (static_cast<float>(low) > position) --low;
+    const int low = floorToInt(position);
     const AxisRead read{low, position - static_cast<float>(low)};
     assert(low == expectedLow || (low == expectedLow + 1 && read.fraction == 0.0f));
     (void)expectedLow;
@@ -190,7 +189,7 @@ bool areZeros(const float* samples, int count) {
     return true;
 }
 
-constexpr int kStripsAJob = 2;
+constexpr int kStripsAJob = 1;
 
 int stripsOf(int count) { return (count + kLineLanes - 1) / kLineLanes; }
 

@@ -12,6 +12,16 @@ void pause() {
 #endif
 }
 
+// The lock is held for an instant at a time, but a thread that sleeps for it wakes up many instants later.
+void acquire(std::unique_lock<std::mutex>& lock) {
+    constexpr int kTries = 200;
+    for (int i = 0; i < kTries; ++i) {
+        if (lock.try_lock()) return;
+        pause();
+    }
+    lock.lock();
+}
+
 }  // namespace
 
 // How far the chunks of one job are. Those before `taken` went to workers, those up to `brought` wait for
@@ -75,7 +85,7 @@ void WorkerPool::await(std::unique_lock<std::mutex>& lock, std::condition_variab
         const unsigned seen = changes.load(std::memory_order_relaxed);
         lock.unlock();
         for (; changes.load(std::memory_order_relaxed) == seen && pauses < kPauses; ++pauses) pause();
-        lock.lock();
+        acquire(lock);
     }
     changed.wait(lock, isReady);
 }
@@ -86,7 +96,8 @@ void WorkerPool::tell(std::condition_variable& changed) {
 }
 
 void WorkerPool::workerMain(std::size_t index) {
-    std::unique_lock lock(mutex);
+    std::unique_lock lock(mutex, std::defer_lock);
+    acquire(lock);
     unsigned seen = 0;
     for (;;) {
         await(lock, wake, [&] { return generation != seen; });
@@ -103,7 +114,7 @@ void WorkerPool::workerMain(std::size_t index) {
             } catch (...) {
                 failure = std::current_exception();
             }
-            if (!lock.owns_lock()) lock.lock();
+            if (!lock.owns_lock()) acquire(lock);
             if (failure && !error) error = std::move(failure);
             if (--pending == 0) tell(done);
         }
@@ -132,7 +143,8 @@ void WorkerPool::parallelFor(int start, int end, const Job& work) {
 
 void WorkerPool::runOnAll(const Job& workersJob, const std::function<void()>& callersPart) {
     {
-        const std::lock_guard lock(mutex);
+        std::unique_lock lock(mutex, std::defer_lock);
+        acquire(lock);
         job = workersJob;
         pending = static_cast<unsigned>(workerCount());
         ++generation;
@@ -147,7 +159,8 @@ void WorkerPool::runOnAll(const Job& workersJob, const std::function<void()>& ca
     }
     {
         // Nothing may leave before the workers are done: the job's data lies on the caller's stack.
-        std::unique_lock lock(mutex);
+        std::unique_lock lock(mutex, std::defer_lock);
+        acquire(lock);
         await(lock, done, [&] { return pending == 0; });
         if (!failure) failure = std::move(error);
         error = nullptr;
@@ -173,7 +186,8 @@ void WorkerPool::shareRows(int start, int end, int height, const MakeJob& makeJo
 }
 
 void WorkerPool::takeChunks(Chunks& chunks, const Job& work) {
-    std::unique_lock lock(mutex);
+    std::unique_lock lock(mutex, std::defer_lock);
+    acquire(lock);
     for (;;) {
         await(lock, wake, [&] { return chunks.taken < chunks.brought || chunks.isGivenOut(); });
         if (chunks.isGivenOut()) return;
@@ -182,13 +196,13 @@ void WorkerPool::takeChunks(Chunks& chunks, const Job& work) {
         try {
             chunks.run(work, chunk);
         } catch (...) {
-            lock.lock();
+            acquire(lock);
             chunks.isStopped = true;
             tell(wake);
             tell(done);
             throw;
         }
-        lock.lock();
+        acquire(lock);
         chunks.finished.push_back(chunk);
         tell(done);
     }
@@ -201,18 +215,19 @@ void WorkerPool::giveChunks(Chunks& chunks, const Job& work, const Ferry& ferry)
     // most, mostUnderWay counts three a worker. Where the caller brings its own too, bringing comes first:
     // nobody else can do it, and what comes after it can be shared.
     const int ahead = ferry.bringsOwn ? chunks.back : 2 * workerCount();
-    std::unique_lock lock(mutex);
+    std::unique_lock lock(mutex, std::defer_lock);
+    acquire(lock);
     const auto unlocked = [&](const Job& step, int chunk) {
         lock.unlock();
         try {
             chunks.run(step, chunk);
         } catch (...) {
-            lock.lock();
+            acquire(lock);
             chunks.isStopped = true;
             tell(wake);
             throw;
         }
-        lock.lock();
+        acquire(lock);
     };
     int collected = 0;
     while (!chunks.isStopped && (chunks.taken < chunks.back || collected < chunks.taken)) {
