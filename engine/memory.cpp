@@ -140,7 +140,7 @@ class KeptBlocks {
                 continue;
             }
             total -= block->size;
-            ::operator delete(block->allocated);
+            freeBlock(block);
         }
         return count < before;
     }
